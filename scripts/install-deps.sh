@@ -1,0 +1,32 @@
+#!/usr/bin/env bash
+# Installs the Debian packages that Parcelo needs to build, test, run and benchmark.
+# Does nothing when every package is already present.
+set -euo pipefail
+
+packages=(
+  # build
+  cmake g++ make pkg-config
+  # engine
+  libvips-dev libvips-tools libicu-dev nlohmann-json3-dev
+  # tests
+  libgtest-dev libgmock-dev
+  # application
+  qt6-base-dev qt6-declarative-dev qml6-module-qtquick qml6-module-qtquick-controls
+  qml6-module-qtquick-dialogs qml6-module-qtquick-layouts qml6-module-qtquick-templates
+  qml6-module-qtquick-window qml6-module-qtqml-workerscript qml6-module-qtquick-shapes
+  qt6-qpa-plugins breeze-icon-theme
+  # benchmarks and test tools
+  imagemagick time
+)
+
+missing=()
+for p in "${packages[@]}"; do
+  dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q 'install ok installed' || missing+=("$p")
+done
+[ ${#missing[@]} -eq 0 ] && exit 0
+
+echo "Installing: ${missing[*]}"
+sudo=""
+[ "$(id -u)" -ne 0 ] && sudo="sudo"
+$sudo apt-get update -qq
+DEBIAN_FRONTEND=noninteractive $sudo apt-get install -y -qq --no-install-recommends "${missing[@]}"

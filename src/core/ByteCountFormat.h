@@ -1,0 +1,12 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+namespace parcelo {
+
+// A byte count as people read it, in decimal units: "Zero KB", "1 byte", "999 bytes",
+// "500 KB", "4.2 MB", "1.23 GB".
+std::string formatByteCount(std::int64_t bytes);
+
+}  // namespace parcelo

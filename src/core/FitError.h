@@ -1,0 +1,53 @@
+#pragma once
+
+#include <array>
+#include <exception>
+#include <string_view>
+
+namespace parcelo {
+
+// The failures of the engine, each with the one message the user sees.
+class FitError : public std::exception {
+public:
+    enum class Case {
+        invalidSettings,
+        unreadable,
+        tooLarge,
+        multipleFrames,
+        cannotEncode,
+        targetUnreachable,
+        exactTargetUnreachable,
+        sourceTooSmall,
+        verificationFailed,
+        processingLimit,
+    };
+    static constexpr std::array<Case, 10> allCases{
+        Case::invalidSettings,   Case::unreadable,      Case::tooLarge,
+        Case::multipleFrames,    Case::cannotEncode,    Case::targetUnreachable,
+        Case::exactTargetUnreachable, Case::sourceTooSmall, Case::verificationFailed,
+        Case::processingLimit,
+    };
+
+    explicit FitError(Case errorCase) : case_(errorCase) {}
+
+    [[nodiscard]] Case errorCase() const { return case_; }
+    // The user-facing message.
+    [[nodiscard]] std::string_view errorDescription() const;
+    // The case's name as written in code and in machine-readable output ("unreadable").
+    [[nodiscard]] std::string_view caseName() const;
+    [[nodiscard]] const char* what() const noexcept override;
+
+    friend bool operator==(const FitError& a, const FitError& b) { return a.case_ == b.case_; }
+
+private:
+    Case case_;
+};
+
+// Raised when the caller asked a blocking operation to stop. Never a FitError: a stop
+// is not a failure of the image.
+class CancellationError : public std::exception {
+public:
+    [[nodiscard]] const char* what() const noexcept override { return "cancelled"; }
+};
+
+}  // namespace parcelo

@@ -1,0 +1,55 @@
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <optional>
+#include <string_view>
+
+#include <nlohmann/json_fwd.hpp>
+
+namespace parcelo {
+
+// Bounds of what a user may ask for. Validation, the command line's help and the
+// settings controls all read them from here.
+inline constexpr std::int64_t kMinTargetBytes = 10'000;
+inline constexpr std::int64_t kMaxTargetBytes = 25'000'000;
+inline constexpr std::int64_t kMinMaxEdge = 64;
+inline constexpr std::int64_t kMaxMaxEdge = 8'192;
+inline constexpr std::int64_t kMinExactSide = 64;
+inline constexpr std::int64_t kMaxExactSide = 4'096;
+inline constexpr std::int64_t kBytesPerKB = 1'000;
+
+// The format of a fitted copy.
+enum class OutputFormat { automatic, jpeg, png };
+
+inline constexpr std::array<OutputFormat, 3> kAllOutputFormats{OutputFormat::automatic, OutputFormat::jpeg,
+                                                               OutputFormat::png};
+
+// "auto", "jpeg" or "png": the stored and command-line form.
+std::string_view rawValue(OutputFormat format);
+// Exact, case-sensitive match of a raw value; nothing for any other text.
+std::optional<OutputFormat> outputFormatFromRaw(std::string_view raw);
+// What the settings panel shows for the format.
+std::string_view label(OutputFormat format);
+
+// The requirements of one fit.
+struct FitSettings {
+    std::int64_t targetBytes = 0;
+    std::int64_t maxEdge = 0;  // 0: no edge limit (the engine still caps at kMaxMaxEdge)
+    OutputFormat outputFormat = OutputFormat::automatic;
+    std::int64_t exactWidth = 0;  // both 0 outside exact mode
+    std::int64_t exactHeight = 0;
+
+    [[nodiscard]] bool isExact() const { return exactWidth != 0 || exactHeight != 0; }
+    [[nodiscard]] bool isValid() const;
+
+    friend bool operator==(const FitSettings&, const FitSettings&) = default;
+};
+
+void to_json(nlohmann::json& json, const FitSettings& settings);
+// Throws nlohmann::json::exception when a key is missing or of the wrong kind.
+void from_json(const nlohmann::json& json, FitSettings& settings);
+void to_json(nlohmann::json& json, OutputFormat format);
+void from_json(const nlohmann::json& json, OutputFormat& format);
+
+}  // namespace parcelo
