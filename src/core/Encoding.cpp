@@ -1,0 +1,58 @@
+#include "Encoding.h"
+
+#include <algorithm>
+#include <cmath>
+#include <memory>
+
+#include "FitError.h"
+#include "SourceImage.h"
+#include "VipsRuntime.h"
+
+namespace parcelo::detail {
+
+using vips::VImage;
+
+namespace {
+
+struct BlobDeleter {
+    void operator()(VipsBlob* blob) const { vips_area_unref(reinterpret_cast<VipsArea*>(blob)); }
+};
+
+std::vector<std::uint8_t> bytesOf(VipsBlob* blob) {
+    const std::unique_ptr<VipsBlob, BlobDeleter> owned(blob);
+    std::size_t length = 0;
+    const auto* bytes = static_cast<const std::uint8_t*>(vips_blob_get(blob, &length));
+    return {bytes, bytes + length};
+}
+
+}  // namespace
+
+int jpegQualitySetting(double quality) {
+    return static_cast<int>(std::clamp(std::lround(quality * 100.0), 1L, 100L));
+}
+
+std::vector<std::uint8_t> encode(const VImage& image, bool png, double quality) {
+    try {
+        if (png)
+            return bytesOf(image.pngsave_buffer(VImage::option()->set("strip", true)));
+        return bytesOf(image.jpegsave_buffer(VImage::option()
+                                                 ->set("Q", jpegQualitySetting(quality))
+                                                 ->set("optimize_coding", true)
+                                                 ->set("strip", true)));
+    } catch (const vips::VError&) {
+        clearVipsError();
+        throw FitError(FitError::Case::cannotEncode);
+    }
+}
+
+bool containsTransparency(const VImage& image) {
+    if (!hasAlphaBand(image)) return false;
+    try {
+        return image.extract_band(image.bands() - 1).min() < 255.0;
+    } catch (const vips::VError&) {
+        clearVipsError();
+        throw FitError(FitError::Case::cannotEncode);
+    }
+}
+
+}  // namespace parcelo::detail

@@ -1,0 +1,11 @@
+#include "FitResult.h"
+
+#include <algorithm>
+
+namespace parcelo {
+
+std::int64_t FitResult::savedBytes() const {
+    return std::max<std::int64_t>(0, originalBytes - static_cast<std::int64_t>(data.size()));
+}
+
+}  // namespace parcelo

@@ -1,0 +1,82 @@
+#include "FitSettings.h"
+
+#include <nlohmann/json.hpp>
+
+namespace parcelo {
+
+namespace {
+
+bool inRange(std::int64_t value, std::int64_t low, std::int64_t high) { return value >= low && value <= high; }
+
+// A stored integer must really be an integer: 12.5 or "12" make the whole value unreadable.
+std::int64_t readInteger(const nlohmann::json& json, const char* key) {
+    const auto& value = json.at(key);
+    if (!value.is_number_integer())
+        throw nlohmann::json::type_error::create(302, std::string(key) + " is not an integer", &json);
+    return value.get<std::int64_t>();
+}
+
+}  // namespace
+
+std::string_view rawValue(OutputFormat format) {
+    switch (format) {
+    case OutputFormat::automatic: return "auto";
+    case OutputFormat::jpeg: return "jpeg";
+    case OutputFormat::png: return "png";
+    }
+    return "auto";
+}
+
+std::optional<OutputFormat> outputFormatFromRaw(std::string_view raw) {
+    for (OutputFormat format : kAllOutputFormats)
+        if (rawValue(format) == raw) return format;
+    return std::nullopt;
+}
+
+std::string_view label(OutputFormat format) {
+    switch (format) {
+    case OutputFormat::automatic: return "Automatic";
+    case OutputFormat::jpeg: return "JPEG · white background";
+    case OutputFormat::png: return "PNG · preserve transparency";
+    }
+    return "Automatic";
+}
+
+bool FitSettings::isValid() const {
+    const bool sizeOk = inRange(targetBytes, kMinTargetBytes, kMaxTargetBytes);
+    const bool edgeOk = maxEdge == 0 || inRange(maxEdge, kMinMaxEdge, kMaxMaxEdge);
+    const bool exactOk = (exactWidth == 0 && exactHeight == 0) ||
+                         (inRange(exactWidth, kMinExactSide, kMaxExactSide) &&
+                          inRange(exactHeight, kMinExactSide, kMaxExactSide));
+    return sizeOk && edgeOk && exactOk;
+}
+
+void to_json(nlohmann::json& json, OutputFormat format) { json = std::string(rawValue(format)); }
+
+void from_json(const nlohmann::json& json, OutputFormat& format) {
+    const auto parsed = json.is_string() ? outputFormatFromRaw(json.get<std::string>()) : std::nullopt;
+    if (!parsed) throw nlohmann::json::type_error::create(302, "unknown output format", &json);
+    format = *parsed;
+}
+
+void to_json(nlohmann::json& json, const FitSettings& settings) {
+    json = nlohmann::json{
+        {"targetBytes", settings.targetBytes},
+        {"maxEdge", settings.maxEdge},
+        {"outputFormat", rawValue(settings.outputFormat)},
+        {"exactWidth", settings.exactWidth},
+        {"exactHeight", settings.exactHeight},
+    };
+}
+
+void from_json(const nlohmann::json& json, FitSettings& settings) {
+    FitSettings read;
+    read.targetBytes = readInteger(json, "targetBytes");
+    read.maxEdge = readInteger(json, "maxEdge");
+    from_json(json.at("outputFormat"), read.outputFormat);
+    read.exactWidth = readInteger(json, "exactWidth");
+    read.exactHeight = readInteger(json, "exactHeight");
+    settings = read;
+}
+
+}  // namespace parcelo

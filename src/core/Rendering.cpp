@@ -1,0 +1,83 @@
+#include "Rendering.h"
+
+#include <vector>
+
+#include "FitError.h"
+#include "SourceImage.h"
+#include "VipsRuntime.h"
+
+namespace parcelo::detail {
+
+using geometry::PixelSize;
+using vips::VImage;
+
+namespace {
+
+// Grey sources become three-band sRGB; without kept alpha the image lies on opaque white.
+VImage prepared(const VImage& decoded, bool keepAlpha) {
+    VImage image = decoded;
+    if (hasAlphaBand(image) && !keepAlpha)
+        image = image.flatten(VImage::option()->set("background", std::vector<double>{255.0}));
+    if (image.bands() < 3) image = image.colourspace(VIPS_INTERPRETATION_sRGB);
+    if (image.format() != VIPS_FORMAT_UCHAR) image = image.cast(VIPS_FORMAT_UCHAR);
+    return image;
+}
+
+// Lanczos resampling to exactly `size`; alpha is premultiplied meanwhile so that transparent
+// pixels don't bleed their hidden colour into the edges.
+VImage resampled(const VImage& image, PixelSize size) {
+    if (image.width() == size.width && image.height() == size.height) return image;
+    const bool alpha = hasAlphaBand(image);
+    const VImage input = alpha ? image.premultiply() : image;
+    VImage output = input.resize(static_cast<double>(size.width) / image.width(),
+                                 VImage::option()
+                                     ->set("vscale", static_cast<double>(size.height) / image.height())
+                                     ->set("kernel", VIPS_KERNEL_LANCZOS3));
+    if (alpha) output = output.unpremultiply().rint().cast(VIPS_FORMAT_UCHAR);
+    if (output.width() != size.width || output.height() != size.height)
+        output = output.embed(0, 0, static_cast<int>(size.width), static_cast<int>(size.height),
+                              VImage::option()->set("extend", VIPS_EXTEND_COPY));
+    return output;
+}
+
+template <typename Render>
+VImage rendered(Render&& render) {
+    try {
+        return render();
+    } catch (const vips::VError&) {
+        clearVipsError();
+        throw FitError(FitError::Case::cannotEncode);
+    }
+}
+
+}  // namespace
+
+VImage renderAtSize(const VImage& decoded, PixelSize size, bool keepAlpha) {
+    return rendered([&] {
+        const VImage image = resampled(prepared(decoded, keepAlpha), size);
+        // The decoded bitmap itself needs no second copy when it is already what gets encoded.
+        return image.get_image() == decoded.get_image() ? image : image.copy_memory();
+    });
+}
+
+VImage renderCover(const VImage& decoded, PixelSize exact, CropPosition crop, bool keepAlpha) {
+    return rendered([&] {
+        const auto placement = geometry::coverPlacement({decoded.width(), decoded.height()}, exact, crop);
+        const VImage scaled = resampled(prepared(decoded, keepAlpha), placement.scaled);
+        return scaled
+            .extract_area(static_cast<int>(placement.left), static_cast<int>(placement.top),
+                          static_cast<int>(exact.width), static_cast<int>(exact.height))
+            .copy_memory();
+    });
+}
+
+VImage withAlphaForDisplay(const VImage& decoded) {
+    return rendered([&] {
+        VImage image = decoded;
+        if (image.bands() < 3) image = image.colourspace(VIPS_INTERPRETATION_sRGB);
+        if (!hasAlphaBand(image)) image = image.bandjoin_const({255.0});
+        return image.cast(VIPS_FORMAT_UCHAR);
+    });
+}
+
+}  // namespace parcelo::detail

@@ -1,0 +1,24 @@
+#pragma once
+
+#include <vips/vips8>
+
+#include "CropPosition.h"
+#include "FitGeometry.h"
+
+// Drawing the decoded source into the bitmap that gets encoded: sRGB, 8 bits, either with
+// its alpha (premultiplied while resampling) or flattened onto white. Every size is
+// resampled from the decoded bitmap itself, never from an already shrunk one.
+namespace parcelo::detail {
+
+// The whole decoded image at `size` (its own size: no resampling). Throws FitError(cannotEncode).
+vips::VImage renderAtSize(const vips::VImage& decoded, geometry::PixelSize size, bool keepAlpha);
+
+// The decoded image scaled to cover the exact frame and cut at the crop position.
+// Throws FitError(cannotEncode).
+vips::VImage renderCover(const vips::VImage& decoded, geometry::PixelSize exact, CropPosition crop,
+                         bool keepAlpha);
+
+// The decoded image as display pixels: sRGB with an alpha band.
+vips::VImage withAlphaForDisplay(const vips::VImage& decoded);
+
+}  // namespace parcelo::detail

@@ -1,0 +1,185 @@
+#include "SourceImage.h"
+
+#include <algorithm>
+#include <array>
+#include <cstring>
+#include <fstream>
+#include <string_view>
+#include <system_error>
+
+#include "FitError.h"
+#include "ImageFitter.h"
+#include "VipsRuntime.h"
+
+namespace parcelo::detail {
+
+namespace fs = std::filesystem;
+using vips::VImage;
+
+namespace {
+
+[[noreturn]] void fail(FitError::Case errorCase) { throw FitError(errorCase); }
+
+bool startsWith(std::span<const std::uint8_t> bytes, std::string_view prefix) {
+    return bytes.size() >= prefix.size() && std::memcmp(bytes.data(), prefix.data(), prefix.size()) == 0;
+}
+
+std::string_view brandAt(std::span<const std::uint8_t> bytes, std::size_t offset) {
+    return {reinterpret_cast<const char*>(bytes.data() + offset), 4};
+}
+
+// ISO base media files: the major brand, then the compatible brands of the ftyp box.
+std::optional<SourceType> sniffHeifFamily(std::span<const std::uint8_t> head) {
+    if (head.size() < 16 || brandAt(head, 4) != "ftyp") return std::nullopt;
+    static constexpr std::array<std::string_view, 8> heicBrands{"heic", "heix", "heim", "heis",
+                                                                "hevc", "hevx", "hevm", "hevs"};
+    auto isHeic = [](std::string_view brand) { return std::ranges::find(heicBrands, brand) != heicBrands.end(); };
+    const std::string_view major = brandAt(head, 8);
+    if (isHeic(major)) return SourceType::heic;
+    if (major != "mif1" && major != "msf1") return std::nullopt;
+
+    const std::size_t boxSize = std::min<std::size_t>(
+        head.size(), (std::size_t{head[0]} << 24) | (std::size_t{head[1]} << 16) | (std::size_t{head[2]} << 8) | head[3]);
+    bool avif = false;
+    for (std::size_t offset = 16; offset + 4 <= boxSize; offset += 4) {
+        const std::string_view brand = brandAt(head, offset);
+        if (isHeic(brand)) return SourceType::heic;
+        avif = avif || brand == "avif" || brand == "avis";
+    }
+    return avif ? std::nullopt : std::optional(SourceType::heif);
+}
+
+std::vector<std::uint8_t> readHead(const fs::path& path, std::size_t count) {
+    std::ifstream file(path, std::ios::binary);
+    if (!file) fail(FitError::Case::unreadable);
+    std::vector<std::uint8_t> head(count);
+    file.read(reinterpret_cast<char*>(head.data()), static_cast<std::streamsize>(count));
+    head.resize(static_cast<std::size_t>(file.gcount()));
+    return head;
+}
+
+// libvips's PNG loader shows only the first frame of an animated PNG; the animation control
+// chunk, which comes before the first image data, tells how many frames there are.
+std::int64_t pngFrameCount(const fs::path& path) {
+    std::ifstream file(path, std::ios::binary);
+    file.seekg(8);
+    std::array<std::uint8_t, 16> chunk{};
+    while (file.read(reinterpret_cast<char*>(chunk.data()), 8)) {
+        const std::uint32_t length = (std::uint32_t{chunk[0]} << 24) | (std::uint32_t{chunk[1]} << 16) |
+                                     (std::uint32_t{chunk[2]} << 8) | chunk[3];
+        const std::string_view type(reinterpret_cast<const char*>(chunk.data() + 4), 4);
+        if (type == "IDAT" || type == "IEND") break;
+        if (type == "acTL" && file.read(reinterpret_cast<char*>(chunk.data() + 8), 4))
+            return (std::int64_t{chunk[8]} << 24) | (std::int64_t{chunk[9]} << 16) | (std::int64_t{chunk[10]} << 8) |
+                   chunk[11];
+        file.seekg(static_cast<std::streamoff>(length) + 4, std::ios::cur);
+    }
+    return 1;
+}
+
+// Opens the header with the loader for the sniffed type only, so no other libvips loader
+// (PDF, SVG, WebP …) ever sees the user's file.
+VImage openHeader(const fs::path& path, SourceType type) {
+    const std::string name = path.string();
+    auto options = [] { return VImage::option()->set("fail_on", VIPS_FAIL_ON_WARNING); };
+    switch (type) {
+    case SourceType::jpeg: return VImage::jpegload(name.c_str(), options());
+    case SourceType::png: return VImage::pngload(name.c_str(), options());
+    case SourceType::gif: return VImage::gifload(name.c_str(), options());
+    case SourceType::tiff: return VImage::tiffload(name.c_str(), options());
+    case SourceType::bmp: return VImage::magickload(name.c_str(), options());
+    case SourceType::heic:
+    case SourceType::heif: return VImage::heifload(name.c_str(), options());
+    }
+    fail(FitError::Case::unreadable);
+}
+
+std::int64_t frameCount(const VImage& header, const ValidatedSource& source) {
+    if (source.type == SourceType::png) return pngFrameCount(source.path);
+    return header.get_typeof("n-pages") != 0 ? header.get_int("n-pages") : 1;
+}
+
+std::optional<int> orientationOf(const VImage& header) {
+    if (header.get_typeof(VIPS_META_ORIENTATION) == 0) return std::nullopt;
+    return header.get_int(VIPS_META_ORIENTATION);
+}
+
+void checkFileSize(const fs::path& path, ValidatedSource& source) {
+    std::error_code error;
+    const fs::file_status status = fs::status(path, error);
+    if (error || !fs::is_regular_file(status)) fail(FitError::Case::unreadable);
+    const auto size = fs::file_size(path, error);
+    if (error || size > static_cast<std::uintmax_t>(kMaxSourceBytes)) fail(FitError::Case::tooLarge);
+    source.fileSize = static_cast<std::int64_t>(size);
+}
+
+void checkHeader(ValidatedSource& source) {
+    VImage header;
+    try {
+        header = openHeader(source.path, source.type);
+    } catch (const vips::VError&) {
+        clearVipsError();
+        fail(FitError::Case::unreadable);
+    }
+    source.stored = {header.width(), header.height()};
+    if (source.stored.width < 1 || source.stored.height < 1) fail(FitError::Case::unreadable);
+    if (source.stored.width > kMaxSourceSide || source.stored.height > kMaxSourceSide ||
+        source.stored.width * source.stored.height > kMaxSourcePixels)
+        fail(FitError::Case::tooLarge);
+    if (frameCount(header, source) != 1) fail(FitError::Case::multipleFrames);
+    source.orientation = orientationOf(header);
+}
+
+VImage toEightBit(VImage image) {
+    if (image.interpretation() == VIPS_INTERPRETATION_RGB16) image = image.colourspace(VIPS_INTERPRETATION_sRGB);
+    if (image.interpretation() == VIPS_INTERPRETATION_GREY16) image = image.colourspace(VIPS_INTERPRETATION_B_W);
+    if (image.format() != VIPS_FORMAT_UCHAR) image = image.cast(VIPS_FORMAT_UCHAR);
+    return image;
+}
+
+}  // namespace
+
+std::optional<SourceType> sniffSourceType(std::span<const std::uint8_t> head) {
+    if (startsWith(head, "\xFF\xD8\xFF")) return SourceType::jpeg;
+    if (startsWith(head, "\x89PNG\r\n\x1A\n")) return SourceType::png;
+    if (startsWith(head, "GIF87a") || startsWith(head, "GIF89a")) return SourceType::gif;
+    if (startsWith(head, std::string_view("II*\0", 4)) || startsWith(head, std::string_view("MM\0*", 4)))
+        return SourceType::tiff;
+    if (startsWith(head, "BM") && head.size() >= 18) return SourceType::bmp;
+    return sniffHeifFamily(head);
+}
+
+ValidatedSource validatedSource(const fs::path& path) {
+    ensureVipsStarted();
+    if (path.empty()) fail(FitError::Case::unreadable);
+    ValidatedSource source;
+    source.path = path;
+    checkFileSize(path, source);
+    const auto type = sniffSourceType(readHead(path, 64));
+    if (!type) fail(FitError::Case::unreadable);
+    source.type = *type;
+    checkHeader(source);
+    return source;
+}
+
+VImage scaledDecode(const ValidatedSource& source, std::int64_t maxEdge) {
+    const int edge = static_cast<int>(std::clamp<std::int64_t>(maxEdge, 1, kMaxSourceSide));
+    try {
+        // From the full image, orientation applied, colour converted to sRGB from the embedded
+        // profile, never enlarged; a damaged file fails instead of decoding with grey bands.
+        VImage decoded = VImage::thumbnail(source.path.string().c_str(), edge,
+                                           VImage::option()
+                                               ->set("height", edge)
+                                               ->set("size", VIPS_SIZE_DOWN)
+                                               ->set("export_profile", "srgb")
+                                               ->set("fail_on", VIPS_FAIL_ON_WARNING));
+        return toEightBit(decoded).copy_memory();
+    } catch (const vips::VError&) {
+        clearVipsError();
+        fail(FitError::Case::unreadable);
+    }
+}
+
+bool hasAlphaBand(const VImage& image) { return image.bands() == 2 || image.bands() == 4; }
+
+}  // namespace parcelo::detail

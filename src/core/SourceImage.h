@@ -1,0 +1,41 @@
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <optional>
+#include <span>
+
+#include <vips/vips8>
+
+#include "FitGeometry.h"
+
+// Opening a user's file safely: what it is, how big it is, and its pixels at a bounded size.
+namespace parcelo::detail {
+
+// The seven container types a source may be.
+enum class SourceType { jpeg, png, gif, tiff, bmp, heic, heif };
+
+// Recognises a container from its first bytes (at least 32 are best). HEIF-family files are
+// told apart by their ftyp brands; AVIF is not accepted as HEIF.
+std::optional<SourceType> sniffSourceType(std::span<const std::uint8_t> head);
+
+struct ValidatedSource {
+    std::filesystem::path path;
+    SourceType type = SourceType::jpeg;
+    std::int64_t fileSize = 0;
+    geometry::PixelSize stored;  // before any orientation is applied
+    std::optional<int> orientation;
+};
+
+// Checks type, byte and pixel limits and frame count from the file system and the header
+// alone. Throws FitError (unreadable, tooLarge, multipleFrames).
+ValidatedSource validatedSource(const std::filesystem::path& path);
+
+// Decodes image 0 upright, in 8-bit sRGB (alpha kept when present), with its longer edge at
+// most maxEdge, and holds the pixels in memory. Throws FitError(unreadable).
+vips::VImage scaledDecode(const ValidatedSource& source, std::int64_t maxEdge);
+
+// Whether the bitmap's last band is alpha (grey + alpha, or RGB + alpha).
+bool hasAlphaBand(const vips::VImage& image);
+
+}  // namespace parcelo::detail

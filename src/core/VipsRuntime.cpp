@@ -1,0 +1,36 @@
+#include "VipsRuntime.h"
+
+#include <cstdlib>
+#include <mutex>
+
+namespace parcelo::detail {
+
+namespace {
+
+void discardLogMessage(const gchar*, GLogLevelFlags, const gchar*, gpointer) {}
+
+void silenceLibraryWarnings() {
+    // Loaders report damaged files through GLib's log; the engine reports them as errors instead.
+    constexpr auto levels = static_cast<GLogLevelFlags>(G_LOG_LEVEL_WARNING | G_LOG_LEVEL_MESSAGE |
+                                                        G_LOG_LEVEL_INFO | G_LOG_LEVEL_DEBUG);
+    for (const char* domain : {"VIPS", "GLib", "GLib-GObject", "GModule"})
+        g_log_set_handler(domain, levels, discardLogMessage, nullptr);
+}
+
+}  // namespace
+
+void ensureVipsStarted() {
+    static std::once_flag started;
+    std::call_once(started, [] {
+        // VIPS_WARNING also keeps ImageMagick's loader quiet, which logs outside GLib.
+        setenv("VIPS_WARNING", "0", 0);
+        if (VIPS_INIT("parcelo") != 0) vips_error_clear();
+        vips_cache_set_max(0);
+        vips_cache_set_max_mem(0);
+        silenceLibraryWarnings();
+    });
+}
+
+void clearVipsError() { vips_error_clear(); }
+
+}  // namespace parcelo::detail
