@@ -1,0 +1,57 @@
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <vector>
+
+#include <nlohmann/json_fwd.hpp>
+
+#include "FitSettings.h"
+#include "Uuid.h"
+
+namespace parcelo {
+
+// A recipe's name may be at most this many user-perceived characters long.
+inline constexpr std::size_t kLongestRecipeName = 40;
+
+// A named set of requirements that the user saves once and chooses again later.
+class UploadRecipe {
+public:
+    UploadRecipe(Uuid id, std::string name, FitSettings settings);
+
+    [[nodiscard]] const Uuid& id() const { return id_; }
+    // The name as the user gave it, stored unchanged.
+    [[nodiscard]] const std::string& name() const { return name_; }
+    [[nodiscard]] const FitSettings& settings() const { return settings_; }
+
+    // A name that is more than white space, at most 40 characters as stored, and valid settings.
+    [[nodiscard]] bool isValid() const;
+
+    // "Web photo", "Square thumbnail" and "Portrait upload": built once per process,
+    // each with its own random id.
+    static const std::vector<UploadRecipe>& examples();
+
+    // Same id, canonically equivalent names, equal settings.
+    friend bool operator==(const UploadRecipe& a, const UploadRecipe& b);
+
+private:
+    Uuid id_;
+    std::string name_;
+    FitSettings settings_;
+};
+
+// The number of user-perceived characters (extended grapheme clusters) of UTF-8 text.
+std::size_t characterCount(const std::string& text);
+
+// True when text holds something other than white space and line breaks.
+bool hasVisibleText(const std::string& text);
+
+}  // namespace parcelo
+
+// The stored form {"id", "name", "settings"}. Reading throws nlohmann::json::exception
+// when a key is missing, the id is no UUID or the settings cannot be read.
+template <>
+struct nlohmann::adl_serializer<parcelo::UploadRecipe> {
+    static parcelo::UploadRecipe from_json(const nlohmann::json& json);
+    static void to_json(nlohmann::json& json, const parcelo::UploadRecipe& recipe);
+};
