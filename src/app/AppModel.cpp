@@ -1,0 +1,290 @@
+#include "AppModel.h"
+
+#include <filesystem>
+#include <system_error>
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QPointF>
+#include <QTextBoundaryFinder>
+
+#include "AppModelTasks.h"
+#include "BatchTexts.h"
+#include "PathText.h"
+
+namespace parcelo {
+
+namespace {
+
+QString errorText(std::errc code) { return QString::fromStdString(std::make_error_code(code).message()); }
+
+// The first `count` user-perceived characters of text.
+QString firstCharacters(const QString& text, int count) {
+    QTextBoundaryFinder finder(QTextBoundaryFinder::Grapheme, text);
+    qsizetype end = 0;
+    for (int i = 0; i < count; ++i) {
+        const qsizetype next = finder.toNextBoundary();
+        if (next < 0) break;
+        end = next;
+    }
+    return text.left(end);
+}
+
+// The original's file name without its last extension; a leading dot is part of the name.
+QString stemOf(const QString& fileName) {
+    const qsizetype dot = fileName.lastIndexOf(QLatin1Char('.'));
+    return dot > 0 ? fileName.left(dot) : fileName;
+}
+
+}  // namespace
+
+AppModel::AppModel(QSettings* preferences, QObject* parent) : QObject(parent), defaults_(preferences) {
+    userInitiated_.setMaxThreadCount(2);
+    utility_.setMaxThreadCount(1);
+    utility_.setThreadPriority(QThread::LowPriority);
+    restoreRecipes();
+    restoreRequirements();
+    makeWorkingFolder();
+}
+
+AppModel::~AppModel() {
+    for (const auto& stop : {scanTask_ ? &scanTask_->stop : nullptr, importTask_ ? &importTask_->stop : nullptr,
+                             worker_.get(), task_ ? &task_->stop : nullptr})
+        if (stop) stop->request_stop();
+    userInitiated_.waitForDone();
+    utility_.waitForDone();
+}
+
+void AppModel::makeWorkingFolder() {
+    cache_ = QDir(QDir::tempPath()).filePath(QStringLiteral("Parcelo-") + uuidText(QUuid::createUuid()));
+    std::error_code error;
+    std::filesystem::create_directories(toFsPath(cache_), error);
+    if (error) setMessage(BatchTexts::workingFolderFailed(QString::fromStdString(error.message())));
+}
+
+ThumbnailProvider* AppModel::makeThumbnailProvider() const { return new ThumbnailProvider(thumbnails_); }
+
+// ---- Published batch fields ----
+
+void AppModel::setSelected(std::optional<QUuid> id) {
+    PARCELO_ASSERT_MAIN_THREAD();
+    selected_ = id;
+    emit selectedChanged();
+    emit currentChanged();
+}
+
+QString AppModel::selectedText() const { return selected_ ? uuidText(*selected_) : QString(); }
+
+void AppModel::setSelectedText(const QString& id) {
+    const QUuid parsed(id);
+    setSelected(parsed.isNull() ? std::nullopt : std::optional<QUuid>(parsed));
+}
+
+void AppModel::setBusy(bool value) {
+    busy_ = value;
+    emit busyChanged();
+}
+
+void AppModel::setScanning(bool value) {
+    scanning_ = value;
+    emit scanningChanged();
+}
+
+void AppModel::setImporting(bool value) {
+    importing_ = value;
+    emit importingChanged();
+}
+
+void AppModel::setPreviewsLoaded(qint64 value) {
+    previewsLoaded_ = value;
+    emit previewsLoadedChanged();
+}
+
+void AppModel::setExporting(bool value) {
+    exporting_ = value;
+    emit exportingChanged();
+}
+
+void AppModel::setCompleted(qint64 value) {
+    completed_ = value;
+    emit completedChanged();
+}
+
+void AppModel::setMessage(std::optional<QString> message) {
+    PARCELO_ASSERT_MAIN_THREAD();
+    message_ = std::move(message);
+    emit messageChanged();
+}
+
+void AppModel::setPreviewOriginal(bool original) {
+    PARCELO_ASSERT_MAIN_THREAD();
+    previewOriginal_ = original;
+    emit previewOriginalChanged();
+}
+
+void AppModel::setExportedDirectory(std::optional<QString> directory) {
+    exportedDirectory_ = std::move(directory);
+    emit exportedDirectoryChanged();
+}
+
+QUrl AppModel::exportedDirectoryUrl() const {
+    return exportedDirectory_ ? QUrl::fromLocalFile(*exportedDirectory_) : QUrl();
+}
+
+void AppModel::itemsDidChange() {
+    emit itemsChanged();
+    emit currentChanged();
+}
+
+void AppModel::updateItem(std::size_t position, const std::function<void(ImageItem&)>& change) {
+    items_.update(position, change);
+    itemsDidChange();
+}
+
+// ---- Derived values ----
+
+qint64 AppModel::pendingCount() const {
+    return std::count_if(items().begin(), items().end(), [](const ImageItem& item) { return item.isPending(); });
+}
+
+qint64 AppModel::failedCount() const {
+    return std::count_if(items().begin(), items().end(), [](const ImageItem& item) { return item.isFailed(); });
+}
+
+qint64 AppModel::readyCount() const {
+    return std::count_if(items().begin(), items().end(), [](const ImageItem& item) { return item.isReady(); });
+}
+
+qint64 AppModel::savedBytes() const {
+    qint64 total = 0;
+    for (const auto& item : items())
+        if (item.isReady()) total += std::max<qint64>(item.inputBytes - item.outputBytes, 0);
+    return total;
+}
+
+std::optional<ImageItem> AppModel::current() const {
+    if (items().empty()) return std::nullopt;
+    if (selected_)
+        if (const auto position = items_.position(*selected_)) return items()[*position];
+    return items().front();
+}
+
+QVariantMap AppModel::currentForView() const {
+    const auto item = current();
+    if (!item) return {};
+    return {
+        {QStringLiteral("id"), uuidText(item->id)},
+        {QStringLiteral("source"), QUrl::fromLocalFile(item->source)},
+        {QStringLiteral("fileName"), item->fileName()},
+        {QStringLiteral("thumbnail"), item->thumbnail ? ImageItemModel::thumbnailUrl(item->id) : QString()},
+        {QStringLiteral("inputBytes"), item->inputBytes},
+        {QStringLiteral("output"), item->output ? QUrl::fromLocalFile(*item->output) : QUrl()},
+        {QStringLiteral("outputBytes"), item->outputBytes},
+        {QStringLiteral("width"), item->width},
+        {QStringLiteral("height"), item->height},
+        {QStringLiteral("fileExtension"), item->fileExtension},
+        {QStringLiteral("state"), item->state},
+        {QStringLiteral("failed"), item->failed},
+        {QStringLiteral("crop"), QPointF(item->crop.x, item->crop.y)},
+    };
+}
+
+// ---- Removing and clearing ----
+
+void AppModel::remove(const QUuid& id) {
+    PARCELO_ASSERT_MAIN_THREAD();
+    if (busy_ || exporting_) return;
+    if (const auto position = items_.position(id))
+        if (const auto& output = items()[*position].output) QFile::remove(*output);
+    items_.removeAll(id);
+    thumbnails_->remove(id);
+    itemsDidChange();
+    if (selected_ == id)
+        setSelected(items().empty() ? std::nullopt : std::optional<QUuid>(items().front().id));
+}
+
+void AppModel::remove(const QString& id) { remove(QUuid(id)); }
+
+void AppModel::clear() {
+    PARCELO_ASSERT_MAIN_THREAD();
+    if (busy_ || exporting_) return;
+    for (const auto& item : items())
+        if (item.output) QFile::remove(*item.output);
+    QDir(QDir(cache_).filePath(QStringLiteral("Inspection"))).removeRecursively();
+    ++scanGeneration_;
+    if (scanTask_) scanTask_->stop.request_stop();
+    scanTask_.reset();
+    setScanning(false);
+    if (importTask_) importTask_->stop.request_stop();
+    importTask_.reset();
+    setImporting(false);
+    items_.clear();
+    thumbnails_->clear();
+    itemsDidChange();
+    setSelected(std::nullopt);
+    setMessage(std::nullopt);
+    setCompleted(0);
+    setExportedDirectory(std::nullopt);
+}
+
+void AppModel::cleanUp() {
+    PARCELO_ASSERT_MAIN_THREAD();
+    ++scanGeneration_;
+    if (scanTask_) scanTask_->stop.request_stop();
+    if (importTask_) importTask_->stop.request_stop();
+    if (worker_) worker_->request_stop();
+    if (task_) task_->stop.request_stop();
+    QDir(cache_).removeRecursively();
+}
+
+// ---- One image's crop and inspection ----
+
+void AppModel::setCrop(const QUuid& id, const CropPosition& position) {
+    PARCELO_ASSERT_MAIN_THREAD();
+    if (busy_ || exporting_ || !exactPixels_ || !position.isValid()) return;
+    const auto found = items_.position(id);
+    if (!found || items()[*found].crop == position) return;
+    if (const auto& output = items()[*found].output) QFile::remove(*output);
+    updateItem(*found, [&position](ImageItem& item) {
+        item.crop = position;
+        item.output.reset();
+        item.outputBytes = 0;
+        item.failed = false;
+        item.state = BatchTexts::cropAdjusted;
+    });
+    setCompleted(readyCount() + failedCount());
+    setExportedDirectory(std::nullopt);
+    setPreviewOriginal(false);
+    setMessage(BatchTexts::cropUpdated);
+}
+
+void AppModel::setCrop(const QString& id, double x, double y) { setCrop(QUuid(id), CropPosition{x, y}); }
+
+AppModel::InspectionCopy AppModel::inspectionCopy(const QUuid& id) {
+    PARCELO_ASSERT_MAIN_THREAD();
+    const auto found = items_.position(id);
+    if (!found || !items()[*found].output) return {std::nullopt, errorText(std::errc::no_such_file_or_directory)};
+    const ImageItem& item = items()[*found];
+    const QString folder = QDir(cache_).filePath(QStringLiteral("Inspection"));
+    std::error_code error;
+    std::filesystem::create_directories(toFsPath(folder), error);
+    if (error) return {std::nullopt, QString::fromStdString(error.message())};
+    const QString name = uuidText(QUuid::createUuid()) + QLatin1Char('-') +
+                         firstCharacters(stemOf(item.fileName()), kInspectionStemCharacters) + QLatin1Char('.') +
+                         item.fileExtension;
+    const QString target = QDir(folder).filePath(name);
+    std::filesystem::copy_file(toFsPath(*item.output), toFsPath(target), error);
+    if (error) return {std::nullopt, QString::fromStdString(error.message())};
+    return {target, QString()};
+}
+
+void AppModel::inspect(const QString& id) {
+    const InspectionCopy copy = inspectionCopy(QUuid(id));
+    if (copy.location)
+        emit openExternallyRequested(QUrl::fromLocalFile(*copy.location));
+    else
+        setMessage(BatchTexts::inspectionFailed(copy.error));
+}
+
+}  // namespace parcelo

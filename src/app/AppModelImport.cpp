@@ -1,0 +1,215 @@
+// Adding images to the batch: direct files, folder expansion and the thumbnail pass.
+
+#include <filesystem>
+#include <system_error>
+
+#include "AppModel.h"
+#include "AppModelTasks.h"
+#include "BackgroundTask.h"
+#include "BatchTexts.h"
+#include "FitError.h"
+#include "ImageFitter.h"
+#include "ImageImport.h"
+#include "PathText.h"
+
+namespace parcelo {
+
+namespace {
+
+// What a folder expansion hands back to the main thread.
+struct ExpansionOutcome {
+    std::optional<ImportSelection> selection;
+    std::optional<QString> error;  // absent with no selection: the expansion was cancelled
+};
+
+// What one thumbnail job hands back to the main thread.
+struct ThumbnailOutcome {
+    std::optional<QImage> image;
+    qint64 bytes = 0;
+    std::optional<QString> error;
+};
+
+// A location whose properties cannot be read counts as no directory; links are not followed.
+bool isDirectory(const QUrl& url) {
+    if (!url.isLocalFile()) return false;
+    std::error_code error;
+    return std::filesystem::is_directory(std::filesystem::symlink_status(toFsPath(url.toLocalFile()), error));
+}
+
+ExpansionOutcome expandInBackground(const std::vector<std::filesystem::path>& urls,
+                                    const std::set<std::filesystem::path>& excluding, qint64 limit,
+                                    std::stop_token stopToken) {
+    try {
+        return {ImageImport::expand(urls, excluding, limit, stopToken), std::nullopt};
+    } catch (const CancellationError&) {
+        return {};
+    } catch (const std::exception& error) {
+        return {std::nullopt, QString::fromUtf8(error.what())};
+    }
+}
+
+QImage toImage(const Bitmap& bitmap) {
+    const QImage view(bitmap.rgba.data(), static_cast<int>(bitmap.width), static_cast<int>(bitmap.height),
+                      static_cast<qsizetype>(bitmap.width * 4), QImage::Format_RGBA8888);
+    return view.copy();
+}
+
+ThumbnailOutcome makeThumbnail(const QString& source, std::stop_token stopToken) {
+    const std::filesystem::path path = toFsPath(source);
+    std::error_code sizeError;
+    const auto size = std::filesystem::file_size(path, sizeError);
+    ThumbnailOutcome outcome{std::nullopt, sizeError ? 0 : static_cast<qint64>(size), std::nullopt};
+    try {
+        outcome.image = toImage(ImageFitter::preview(path, kThumbnailEdge, stopToken));
+    } catch (const FitError& error) {
+        outcome.error = QString::fromUtf8(error.errorDescription().data(),
+                                          static_cast<qsizetype>(error.errorDescription().size()));
+    } catch (const CancellationError&) {
+        // The pass was replaced; its owner drops this job's outcome.
+    } catch (const std::exception& error) {
+        outcome.error = QString::fromUtf8(error.what());
+    }
+    return outcome;
+}
+
+}  // namespace
+
+void AppModel::chooseFiles() {
+    PARCELO_ASSERT_MAIN_THREAD();
+    if (busy_ || exporting_) return;
+    emit chooseFilesRequested();
+}
+
+void AppModel::add(const QList<QUrl>& urls) {
+    PARCELO_ASSERT_MAIN_THREAD();
+    if (busy_ || exporting_ || scanning_) return;
+    if (std::none_of(urls.begin(), urls.end(), isDirectory))
+        appendImages(urls);
+    else
+        startExpansion(urls);
+}
+
+std::set<std::filesystem::path> AppModel::standardizedSources() const {
+    std::set<std::filesystem::path> sources;
+    for (const auto& item : items()) sources.insert(ImageImport::standardized(toFsPath(item.source)));
+    return sources;
+}
+
+void AppModel::startExpansion(const QList<QUrl>& urls) {
+    auto scan = std::make_shared<ScanTask>();
+    scan->generation = ++scanGeneration_;
+    std::vector<std::filesystem::path> paths;
+    for (const auto& url : urls)
+        if (url.isLocalFile()) paths.push_back(toFsPath(url.toLocalFile()));
+    const qint64 room = std::max<qint64>(kBatchLimit - static_cast<qint64>(items().size()), 0);
+    if (importTask_) importTask_->stop.request_stop();
+    importTask_.reset();
+    setScanning(true);
+    setImporting(true);
+    setMessage(std::nullopt);
+    scanTask_ = scan;
+    runInBackground(
+        userInitiated_, this,
+        [paths, excluding = standardizedSources(), room, stopToken = scan->stop.get_token()] {
+            return expandInBackground(paths, excluding, room, stopToken);
+        },
+        [this, scan](const ExpansionOutcome& outcome) {
+            if (scan->generation != scanGeneration_) return;
+            if (outcome.selection && !scan->stop.stop_requested())
+                applyExpansion(*outcome.selection);
+            else if (!outcome.selection)
+                applyExpansionFailure(outcome.error);
+        });
+}
+
+void AppModel::applyExpansion(const ImportSelection& selection) {
+    setScanning(false);
+    setImporting(false);
+    scanTask_.reset();
+    if (selection.stoppedAtLimit) {
+        setMessage(BatchTexts::selectionOverLimit());
+        loadThumbnails();
+        return;
+    }
+    QList<QUrl> found;
+    for (const auto& path : selection.urls) found.append(QUrl::fromLocalFile(fromFsPath(path)));
+    appendImages(found);
+    if (!importing_) loadThumbnails();
+    if (selection.urls.empty())
+        setMessage(BatchTexts::noNewImages);
+    else
+        setMessage(BatchTexts::addedFromFolders(static_cast<qsizetype>(selection.urls.size()),
+                                                selection.skipped + selection.unreadable));
+}
+
+// A cancelled expansion (no error text) leaves the message as it is.
+void AppModel::applyExpansionFailure(const std::optional<QString>& error) {
+    setScanning(false);
+    setImporting(false);
+    scanTask_.reset();
+    if (error) setMessage(*error);
+    loadThumbnails();
+}
+
+void AppModel::appendImages(const QList<QUrl>& urls) {
+    std::set<std::filesystem::path> seen = standardizedSources();
+    std::vector<ImageItem> kept;
+    for (const auto& url : urls) {
+        if (!url.isLocalFile()) continue;
+        if (seen.insert(ImageImport::standardized(toFsPath(url.toLocalFile()))).second)
+            kept.push_back(ImageItem::make(url.toLocalFile()));
+    }
+    if (kept.empty()) return setMessage(BatchTexts::duplicates);
+    if (items().size() + kept.size() > static_cast<std::size_t>(kBatchLimit))
+        return setMessage(BatchTexts::overBatchLimit);
+    items_.append(std::move(kept));
+    itemsDidChange();
+    loadThumbnails();
+    if (!selected_) setSelected(items().front().id);
+    setCompleted(readyCount() + failedCount());
+    setExportedDirectory(std::nullopt);
+    setMessage(std::nullopt);
+}
+
+void AppModel::loadThumbnails() {
+    if (importTask_) importTask_->stop.request_stop();
+    auto pass = std::make_shared<ThumbnailPass>();
+    for (const auto& item : items())
+        if (!item.thumbnail) pass->jobs.push_back({item.id, item.source});
+    setImporting(true);
+    setPreviewsLoaded(static_cast<qint64>(items().size() - pass->jobs.size()));
+    importTask_ = pass;
+    startThumbnailJob(pass);
+}
+
+// Runs the pass's next job, or ends the pass when none is left.
+void AppModel::startThumbnailJob(const std::shared_ptr<ThumbnailPass>& pass) {
+    if (pass->stop.stop_requested()) return;
+    if (pass->next == pass->jobs.size()) {
+        setImporting(false);
+        importTask_.reset();
+        return;
+    }
+    const ThumbnailPass::Job job = pass->jobs[pass->next++];
+    runInBackground(
+        utility_, this,
+        [source = job.source, stopToken = pass->stop.get_token()] { return makeThumbnail(source, stopToken); },
+        [this, pass, id = job.id](const ThumbnailOutcome& outcome) {
+            if (pass->stop.stop_requested()) return;
+            if (const auto position = items_.position(id)) {
+                if (outcome.image) thumbnails_->insert(id, *outcome.image);
+                const bool markFailed = outcome.error && !items()[*position].output && !busy_;
+                updateItem(*position, [&outcome, markFailed](ImageItem& item) {
+                    item.thumbnail = outcome.image;
+                    item.inputBytes = outcome.bytes;
+                    if (!markFailed) return;
+                    item.failed = true;
+                    item.state = *outcome.error;
+                });
+            }
+            setPreviewsLoaded(previewsLoaded_ + 1);
+            startThumbnailJob(pass);
+        });
+}
+
+}  // namespace parcelo

@@ -1,0 +1,337 @@
+// The requirement half of the model: the editable requirements, their FitSettings and
+// summary, their persistence, and the recipe library.
+
+#include <QFile>
+
+#include <nlohmann/json.hpp>
+
+#include "AppModel.h"
+#include "AppModelTasks.h"
+#include "BatchTexts.h"
+#include "ByteCountFormat.h"
+
+namespace parcelo {
+
+namespace {
+
+const QString kLastSettingsKey = QStringLiteral("lastSettings.v1");
+const QString kRecipesKey = QStringLiteral("uploadRecipes.v1");
+const QString kActiveRecipeKey = QStringLiteral("activeRecipeName.v1");
+
+// An optional "+" or "-" and ASCII digits that fit 64 bits; anything else is -1, so that
+// the settings are invalid. No white space is trimmed.
+qint64 exactSide(const QString& text) {
+    const qsizetype firstDigit = (text.startsWith(QLatin1Char('+')) || text.startsWith(QLatin1Char('-'))) ? 1 : 0;
+    if (text.size() == firstDigit) return -1;
+    for (qsizetype i = firstDigit; i < text.size(); ++i)
+        if (text[i] < QLatin1Char('0') || text[i] > QLatin1Char('9')) return -1;
+    bool ok = false;
+    const qint64 value = text.toLongLong(&ok);
+    return ok ? value : -1;
+}
+
+QString fromUtf8(const std::string& text) { return QString::fromStdString(text); }
+
+// Names are equal when canonically equivalent.
+bool sameName(const QString& a, const QString& b) {
+    return a.normalized(QString::NormalizationForm_C) == b.normalized(QString::NormalizationForm_C);
+}
+
+// Names match for saving when equal after case folding and canonical decomposition.
+QString nameKey(const QString& name) {
+    return name.normalized(QString::NormalizationForm_D).toCaseFolded().normalized(QString::NormalizationForm_D);
+}
+
+QVariantMap recipeForView(const UploadRecipe& recipe) {
+    const FitSettings& settings = recipe.settings();
+    return {
+        {QStringLiteral("id"), fromUtf8(recipe.id().string())},
+        {QStringLiteral("name"), fromUtf8(recipe.name())},
+        {QStringLiteral("targetBytes"), static_cast<qint64>(settings.targetBytes)},
+        {QStringLiteral("maxEdge"), static_cast<qint64>(settings.maxEdge)},
+        {QStringLiteral("outputFormat"), QString::fromUtf8(rawValue(settings.outputFormat).data())},
+        {QStringLiteral("exactWidth"), static_cast<qint64>(settings.exactWidth)},
+        {QStringLiteral("exactHeight"), static_cast<qint64>(settings.exactHeight)},
+    };
+}
+
+// Stored recipes, or nothing when the data is oversized, malformed or holds one bad element.
+std::vector<UploadRecipe> decodeRecipes(const QByteArray& data) {
+    if (data.size() > kMaxStoredRecipeBytes) return {};
+    try {
+        const auto json = nlohmann::json::parse(data.begin(), data.end());
+        if (!json.is_array()) return {};
+        std::vector<UploadRecipe> decoded;
+        for (const auto& element : json) decoded.push_back(element.get<UploadRecipe>());
+        return decoded;
+    } catch (const nlohmann::json::exception&) {
+        return {};
+    }
+}
+
+std::optional<FitSettings> decodeSettings(const QByteArray& data) {
+    if (data.size() >= kMaxStoredSettingsBytes) return std::nullopt;
+    try {
+        const FitSettings settings = nlohmann::json::parse(data.begin(), data.end()).get<FitSettings>();
+        return settings.isValid() ? std::optional(settings) : std::nullopt;
+    } catch (const nlohmann::json::exception&) {
+        return std::nullopt;
+    }
+}
+
+}  // namespace
+
+// ---- Requirement properties: each assignment notifies, and so does the derived state ----
+
+void AppModel::setTargetKB(qint64 kilobytes) {
+    PARCELO_ASSERT_MAIN_THREAD();
+    targetKB_ = kilobytes;
+    emit targetKBChanged();
+    emit requirementsChanged();
+}
+
+void AppModel::setCustomKB(const QString& text) {
+    customKB_ = text;
+    emit customKBChanged();
+}
+
+void AppModel::setMaxEdge(qint64 edge) {
+    maxEdge_ = edge;
+    emit maxEdgeChanged();
+    emit requirementsChanged();
+}
+
+void AppModel::setOutputFormat(OutputFormat format) {
+    outputFormat_ = format;
+    emit outputFormatChanged();
+    emit requirementsChanged();
+}
+
+QString AppModel::outputFormatText() const { return QString::fromUtf8(rawValue(outputFormat_).data()); }
+
+void AppModel::setOutputFormatText(const QString& raw) {
+    if (const auto format = outputFormatFromRaw(raw.toStdString())) setOutputFormat(*format);
+}
+
+void AppModel::setExactPixels(bool exact) {
+    exactPixels_ = exact;
+    emit exactPixelsChanged();
+    emit requirementsChanged();
+}
+
+void AppModel::setPixelWidth(const QString& text) {
+    pixelWidth_ = text;
+    emit pixelWidthChanged();
+    emit requirementsChanged();
+}
+
+void AppModel::setPixelHeight(const QString& text) {
+    pixelHeight_ = text;
+    emit pixelHeightChanged();
+    emit requirementsChanged();
+}
+
+void AppModel::setActiveRecipeName(std::optional<QString> name) {
+    activeRecipeName_ = std::move(name);
+    emit activeRecipeNameChanged();
+}
+
+// ---- Derived requirements ----
+
+FitSettings AppModel::fitSettings() const {
+    const bool sizeInRange = targetKB_ >= kMinTargetBytes / kBytesPerKB && targetKB_ <= kMaxTargetBytes / kBytesPerKB;
+    FitSettings settings;
+    settings.targetBytes = sizeInRange ? targetKB_ * kBytesPerKB : 0;
+    settings.maxEdge = maxEdge_;
+    settings.outputFormat = outputFormat_;
+    if (exactPixels_) {
+        settings.exactWidth = exactSide(pixelWidth_);
+        settings.exactHeight = exactSide(pixelHeight_);
+    }
+    return settings;
+}
+
+QVariantMap AppModel::fitSettingsForView() const {
+    const FitSettings settings = fitSettings();
+    return {
+        {QStringLiteral("targetBytes"), static_cast<qint64>(settings.targetBytes)},
+        {QStringLiteral("maxEdge"), static_cast<qint64>(settings.maxEdge)},
+        {QStringLiteral("outputFormat"), QString::fromUtf8(rawValue(settings.outputFormat).data())},
+        {QStringLiteral("exactWidth"), static_cast<qint64>(settings.exactWidth)},
+        {QStringLiteral("exactHeight"), static_cast<qint64>(settings.exactHeight)},
+        {QStringLiteral("isValid"), settings.isValid()},
+    };
+}
+
+QString AppModel::requirementSummary() const {
+    const QString size = fromUtf8(formatByteCount(fitSettings().targetBytes));
+    const QString dimensions = exactPixels_ ? QStringLiteral("%1 × %2 px").arg(pixelWidth_, pixelHeight_)
+                                            : QStringLiteral("Up to %1 px").arg(maxEdge_ == 0 ? kMaxMaxEdge : maxEdge_);
+    const QString format = outputFormat_ == OutputFormat::automatic ? QStringLiteral("Auto format")
+                                                                    : outputFormatText().toUpper();
+    return QStringLiteral("≤ ") + size + QStringLiteral(" · ") + dimensions + QStringLiteral(" · ") + format;
+}
+
+QVariantList AppModel::recipesForView() const {
+    QVariantList list;
+    for (const auto& recipe : recipes_) list.append(recipeForView(recipe));
+    return list;
+}
+
+QVariantList AppModel::exampleRecipesForView() {
+    QVariantList list;
+    for (const auto& recipe : UploadRecipe::examples()) list.append(recipeForView(recipe));
+    return list;
+}
+
+// ---- Changes and persistence ----
+
+void AppModel::settingsChanged() {
+    PARCELO_ASSERT_MAIN_THREAD();
+    if (busy_ || exporting_) return;
+    const FitSettings current = fitSettings();
+    if (appliedSettings_ != current) setActiveRecipeName(std::nullopt);
+    persistSettings();
+    if (appliedSettings_ == current) return;
+    appliedSettings_ = current;
+    discardFittedCopies();
+}
+
+// Copies made under other requirements no longer fit: every item goes back to pending.
+void AppModel::discardFittedCopies() {
+    for (const auto& item : items())
+        if (item.output) QFile::remove(*item.output);
+    items_.updateAll([](ImageItem& item) {
+        item.output.reset();
+        item.outputBytes = 0;
+        item.state = BatchTexts::ready;
+        item.failed = false;
+    });
+    itemsDidChange();
+    setCompleted(0);
+    setExportedDirectory(std::nullopt);
+    setMessage(std::nullopt);
+}
+
+void AppModel::persistSettings() {
+    const FitSettings settings = fitSettings();
+    if (!settings.isValid() || exactWithoutSides()) return;
+    defaults_->setValue(kLastSettingsKey, QByteArray::fromStdString(nlohmann::json(settings).dump()));
+    if (activeRecipeName_)
+        defaults_->setValue(kActiveRecipeKey, *activeRecipeName_);
+    else
+        defaults_->remove(kActiveRecipeKey);
+}
+
+void AppModel::persistRecipes() {
+    nlohmann::json list = nlohmann::json::array();
+    for (const auto& recipe : recipes_) list.push_back(recipe);
+    defaults_->setValue(kRecipesKey, QByteArray::fromStdString(list.dump()));
+}
+
+void AppModel::restoreRecipes() {
+    std::vector<UploadRecipe> kept;
+    for (const auto& recipe : decodeRecipes(defaults_->value(kRecipesKey).toByteArray())) {
+        const bool idTaken = std::any_of(kept.begin(), kept.end(),
+                                         [&recipe](const UploadRecipe& other) { return other.id() == recipe.id(); });
+        if (recipe.isValid() && !idTaken && std::ssize(kept) < kMaxRecipes) kept.push_back(recipe);
+    }
+    recipes_ = std::move(kept);
+}
+
+void AppModel::restoreRequirements() {
+    const auto settings = decodeSettings(defaults_->value(kLastSettingsKey).toByteArray());
+    if (!settings) return;
+    targetKB_ = settings->targetBytes / kBytesPerKB;
+    customKB_ = QString::number(targetKB_);
+    maxEdge_ = settings->maxEdge;
+    outputFormat_ = settings->outputFormat;
+    exactPixels_ = settings->isExact();
+    if (exactPixels_) {
+        pixelWidth_ = QString::number(settings->exactWidth);
+        pixelHeight_ = QString::number(settings->exactHeight);
+    }
+    appliedSettings_ = *settings;
+    const QVariant storedName = defaults_->value(kActiveRecipeKey);
+    if (!storedName.isValid()) return;
+    std::vector<UploadRecipe> candidates = recipes_;
+    candidates.insert(candidates.end(), UploadRecipe::examples().begin(), UploadRecipe::examples().end());
+    for (const auto& recipe : candidates) {
+        if (sameName(fromUtf8(recipe.name()), storedName.toString()) && recipe.settings() == *settings) {
+            activeRecipeName_ = fromUtf8(recipe.name());
+            return;
+        }
+    }
+}
+
+// ---- The recipe library ----
+
+bool AppModel::saveRecipe(const QString& name) {
+    PARCELO_ASSERT_MAIN_THREAD();
+    if (busy_ || exporting_) return false;
+    const FitSettings settings = fitSettings();
+    if (!settings.isValid() || exactWithoutSides()) return false;
+    const QString trimmed = name.trimmed();
+    const auto existing = std::find_if(recipes_.begin(), recipes_.end(), [&trimmed](const UploadRecipe& recipe) {
+        return nameKey(fromUtf8(recipe.name())) == nameKey(trimmed);
+    });
+    const bool replacing = existing != recipes_.end();
+    const UploadRecipe recipe(replacing ? existing->id() : Uuid::random(), trimmed.toStdString(), settings);
+    if (!recipe.isValid()) return false;
+    if (replacing)
+        *existing = recipe;
+    else if (std::ssize(recipes_) >= kMaxRecipes)
+        return false;
+    else
+        recipes_.push_back(recipe);
+    emit recipesChanged();
+    persistRecipes();
+    setActiveRecipeName(trimmed);
+    persistSettings();
+    return true;
+}
+
+void AppModel::applyRecipe(const UploadRecipe& recipe) {
+    PARCELO_ASSERT_MAIN_THREAD();
+    if (busy_ || exporting_ || !recipe.isValid()) return;
+    const FitSettings& settings = recipe.settings();
+    setTargetKB(settings.targetBytes / kBytesPerKB);
+    setCustomKB(QString::number(targetKB_));
+    setMaxEdge(settings.maxEdge);
+    setOutputFormat(settings.outputFormat);
+    setExactPixels(settings.isExact());
+    if (exactPixels_) {
+        setPixelWidth(QString::number(settings.exactWidth));
+        setPixelHeight(QString::number(settings.exactHeight));
+    }
+    settingsChanged();
+    setActiveRecipeName(fromUtf8(recipe.name()));
+    persistSettings();
+}
+
+void AppModel::applyRecipe(const QString& id) {
+    const auto wanted = Uuid::fromString(id.toStdString());
+    if (!wanted) return;
+    const std::vector<UploadRecipe>* lists[] = {&recipes_, &UploadRecipe::examples()};
+    for (const auto* list : lists)
+        for (const auto& recipe : *list)
+            if (recipe.id() == *wanted) return applyRecipe(recipe);
+}
+
+void AppModel::deleteRecipe(const Uuid& id) {
+    PARCELO_ASSERT_MAIN_THREAD();
+    const auto found =
+        std::find_if(recipes_.begin(), recipes_.end(), [&id](const UploadRecipe& recipe) { return recipe.id() == id; });
+    if (found != recipes_.end() && activeRecipeName_ && sameName(fromUtf8(found->name()), *activeRecipeName_))
+        setActiveRecipeName(std::nullopt);
+    std::erase_if(recipes_, [&id](const UploadRecipe& recipe) { return recipe.id() == id; });
+    emit recipesChanged();
+    persistRecipes();
+    persistSettings();
+}
+
+void AppModel::deleteRecipe(const QString& id) {
+    if (const auto parsed = Uuid::fromString(id.toStdString())) deleteRecipe(*parsed);
+}
+
+}  // namespace parcelo

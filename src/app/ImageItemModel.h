@@ -1,0 +1,63 @@
+#pragma once
+
+#include <functional>
+#include <optional>
+#include <vector>
+
+#include <QAbstractListModel>
+
+#include "ImageItem.h"
+
+namespace parcelo {
+
+// The batch as a list for QML: one role per ImageItem field. AppModel is its only writer.
+class ImageItemModel : public QAbstractListModel {
+    Q_OBJECT
+    /// Number of images in the batch.
+    Q_PROPERTY(int count READ count NOTIFY countChanged FINAL)
+
+public:
+    enum Role {
+        IdRole = Qt::UserRole + 1,
+        SourceRole,
+        ThumbnailRole,
+        InputBytesRole,
+        OutputRole,
+        OutputBytesRole,
+        WidthRole,
+        HeightRole,
+        FileExtensionRole,
+        StateRole,
+        FailedRole,
+        CropRole,
+    };
+    Q_ENUM(Role)
+
+    // Where QML's Image finds an item's thumbnail (served by ThumbnailProvider).
+    static QString thumbnailUrl(const QUuid& id);
+
+    using QAbstractListModel::QAbstractListModel;
+
+    [[nodiscard]] int rowCount(const QModelIndex& parent = {}) const override;
+    [[nodiscard]] QVariant data(const QModelIndex& index, int role) const override;
+    [[nodiscard]] QHash<int, QByteArray> roleNames() const override;
+    [[nodiscard]] int count() const { return rowCount(); }
+
+    [[nodiscard]] const std::vector<ImageItem>& items() const { return items_; }
+    [[nodiscard]] std::optional<std::size_t> position(const QUuid& id) const;
+
+    void append(std::vector<ImageItem> added);
+    // Changes the item at position in place and tells the views which row changed.
+    void update(std::size_t position, const std::function<void(ImageItem&)>& change);
+    void updateAll(const std::function<void(ImageItem&)>& change);
+    void removeAll(const QUuid& id);
+    void clear();
+
+signals:
+    void countChanged();
+
+private:
+    std::vector<ImageItem> items_;
+};
+
+}  // namespace parcelo
