@@ -1,0 +1,61 @@
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "CropPosition.h"
+#include "FitSettings.h"
+
+namespace parcelo::cli {
+
+// The requirements the app starts with, which the command line starts with too.
+inline constexpr std::int64_t kDefaultTargetKB = 1'000;
+inline constexpr std::int64_t kDefaultMaxEdge = 2'560;
+// More images at once than this only costs memory: fitting is bound by the cores.
+inline constexpr unsigned kMostJobs = 64;
+
+// What one run of parcelo-fit was asked to do.
+struct FitOptions {
+    FitSettings settings{.targetBytes = kDefaultTargetKB * kBytesPerKB,
+                         .maxEdge = kDefaultMaxEdge,
+                         .outputFormat = OutputFormat::automatic,
+                         .exactWidth = 0,
+                         .exactHeight = 0};
+    CropPosition crop = CropPosition::center();
+    std::filesystem::path outputDirectory;
+    std::vector<std::filesystem::path> inputs;
+    bool json = false;
+    unsigned jobs = 1;
+};
+
+enum class Request { fit, help };
+
+struct ParsedArguments {
+    Request request = Request::fit;
+    FitOptions options;
+};
+
+// The command line was not understood; what() says which part, in a few words.
+class UsageError : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
+// Reads the arguments after the program name. Options apply in the order given, so an
+// option after --recipe overrides the recipe. Throws UsageError. Requirements out of
+// range are not refused here: the caller checks FitSettings::isValid.
+ParsedArguments parseArguments(const std::vector<std::string>& arguments);
+
+// How many images are fitted at once when --jobs is not given: one per core.
+unsigned defaultJobs();
+
+// The one-line synopsis.
+std::string usageLine();
+
+// The full --help text; ranges and defaults come from the named constants.
+std::string helpText();
+
+}  // namespace parcelo::cli

@@ -1,0 +1,164 @@
+#include "FitCommand.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <limits>
+#include <optional>
+#include <set>
+
+#include "ByteCountFormat.h"
+#include "FitArguments.h"
+#include "FitError.h"
+#include "FitRun.h"
+#include "ImageImport.h"
+#include "ProgressBar.h"
+
+namespace parcelo::cli {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr const char* kProgram = "parcelo-fit: ";
+// The command line has no batch limit; the folder scan's entry cap still bounds a folder.
+constexpr std::int64_t kNoBatchLimit = std::numeric_limits<std::int64_t>::max();
+
+std::string plural(std::int64_t count, const char* one, const char* many) {
+    return std::to_string(count) + " " + (count == 1 ? one : many);
+}
+
+void noteLeftOut(std::ostream& err, const fs::path& folder, const ImportSelection& selection) {
+    if (selection.skipped > 0)
+        err << kProgram << folder.string() << ": left out " << plural(selection.skipped, "item", "items")
+            << " (links, and files that aren\u2019t supported images)\n";
+    if (selection.unreadable > 0)
+        err << kProgram << folder.string() << ": "
+            << plural(selection.unreadable, "folder or entry", "folders or entries") << " couldn\u2019t be read\n";
+}
+
+// A folder named on the command line is walked even when it is a link: the user chose it.
+// Links inside it are left out, as everywhere.
+fs::path folderToWalk(const fs::path& folder) {
+    std::error_code error;
+    if (!fs::is_symlink(folder, error)) return folder;
+    const fs::path target = fs::canonical(folder, error);
+    return error ? folder : target;
+}
+
+// Folders become the images inside them, sorted; files are taken as given. An image named
+// twice is fitted once. Throws TooManyEntriesError and CancellationError.
+std::vector<fs::path> collectSources(const std::vector<fs::path>& inputs, std::ostream& err,
+                                     const std::stop_token& stopToken) {
+    std::vector<fs::path> sources;
+    std::set<fs::path> seen;
+    for (const fs::path& input : inputs) {
+        std::error_code error;
+        if (!fs::is_directory(input, error)) {
+            if (seen.insert(ImageImport::standardized(input)).second) sources.push_back(input);
+            continue;
+        }
+        const ImportSelection selection = ImageImport::expand({folderToWalk(input)}, seen, kNoBatchLimit, stopToken);
+        noteLeftOut(err, input, selection);
+        seen.insert(selection.urls.begin(), selection.urls.end());
+        sources.insert(sources.end(), selection.urls.begin(), selection.urls.end());
+    }
+    return sources;
+}
+
+bool prepareOutputFolder(const fs::path& folder, std::ostream& err) {
+    std::error_code error;
+    fs::create_directories(folder, error);
+    if (!error && fs::is_directory(folder, error)) return true;
+    err << kProgram << "couldn\u2019t use " << folder.string() << " as the output folder: "
+        << (error ? error.message() : "it isn\u2019t a folder") << "\n";
+    return false;
+}
+
+void tally(RunTotals& totals, const ImageReport& report) {
+    if (const auto* copy = std::get_if<SavedCopy>(&report.outcome)) {
+        ++totals.saved;
+        totals.savedBytes += std::max<std::int64_t>(0, copy->originalBytes - copy->bytes);
+    } else {
+        ++totals.failed;
+    }
+}
+
+int exitStatus(const RunTotals& totals) {
+    if (totals.stopped) return kExitStopped;
+    return totals.failed > 0 ? kExitSomeFailed : kExitAllSaved;
+}
+
+int fitAll(const FitOptions& options, std::vector<fs::path> sources, const Console& console,
+           const std::stop_token& stopToken) {
+    RunTotals totals{.total = sources.size()};
+    ProgressBar bar(console.err, console.errIsTerminal, sources.size());
+    const FitJob job{std::move(sources), options.settings, options.crop, options.outputDirectory, options.jobs};
+    const auto report = [&](const ImageReport& image) {
+        bar.clear();
+        console.out << (options.json ? jsonLine(image) : textLine(image)) << '\n' << std::flush;
+        tally(totals, image);
+    };
+    const auto progress = [&](std::size_t index) { bar.show(index, job.sources[index].filename().string()); };
+    totals.stopped = !runFits(job, stopToken, report, progress);
+    bar.clear();
+    (options.json ? console.err : console.out) << summaryLine(totals) << '\n' << std::flush;
+    return exitStatus(totals);
+}
+
+int run(const FitOptions& options, const Console& console, const std::stop_token& stopToken) {
+    if (!options.settings.isValid()) {
+        console.err << kProgram << FitError(FitError::Case::invalidSettings).errorDescription() << '\n';
+        return kExitUsage;
+    }
+    std::vector<fs::path> sources;
+    try {
+        sources = collectSources(options.inputs, console.err, stopToken);
+    } catch (const TooManyEntriesError& error) {
+        console.err << kProgram << error.what() << '\n';
+        return kExitSomeFailed;
+    } catch (const CancellationError&) {
+        console.err << summaryLine({.stopped = true}) << '\n';
+        return kExitStopped;
+    }
+    if (sources.empty()) {
+        console.err << kProgram << "no images found in the files and folders given\n";
+        return kExitSomeFailed;
+    }
+    if (!prepareOutputFolder(options.outputDirectory, console.err)) return kExitSomeFailed;
+    return fitAll(options, std::move(sources), console, stopToken);
+}
+
+}  // namespace
+
+int runFitCommand(const std::vector<std::string>& arguments, const Console& console, std::stop_token stopToken) {
+    ParsedArguments parsed;
+    try {
+        parsed = parseArguments(arguments);
+    } catch (const UsageError& error) {
+        console.err << kProgram << error.what() << '\n' << usageLine() << "Run parcelo-fit --help for every option.\n";
+        return kExitUsage;
+    }
+    if (parsed.request == Request::help) {
+        console.out << helpText();
+        return kExitAllSaved;
+    }
+    return run(parsed.options, console, stopToken);
+}
+
+std::string summaryLine(const RunTotals& totals) {
+    const std::string copies = totals.saved == 1 ? "copy" : "copies";
+    std::string line;
+    if (totals.stopped)
+        line = "Stopped. Saved " + std::to_string(totals.saved) + " of " + std::to_string(totals.total) + " " +
+               (totals.total == 1 ? "copy" : "copies") + " before the stop";
+    else if (totals.failed == 0)
+        line = "Saved " + std::to_string(totals.saved) + " " + copies;
+    else
+        line = "Saved " + std::to_string(totals.saved) + " of " + std::to_string(totals.total) + " " +
+               (totals.total == 1 ? "copy" : "copies");
+    if (totals.failed > 0) line += " \u00b7 " + std::to_string(totals.failed) + " failed";
+    if (totals.saved > 0) line += " \u00b7 " + formatByteCount(totals.savedBytes) + " smaller than the originals";
+    return line;
+}
+
+}  // namespace parcelo::cli

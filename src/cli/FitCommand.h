@@ -1,0 +1,40 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <ostream>
+#include <stop_token>
+#include <string>
+#include <vector>
+
+namespace parcelo::cli {
+
+inline constexpr int kExitAllSaved = 0;
+inline constexpr int kExitSomeFailed = 1;  // also: nothing to fit, or no usable output folder
+inline constexpr int kExitUsage = 2;       // also: requirements out of range
+inline constexpr int kExitStopped = 130;   // as a shell reports a program ended by Ctrl+C
+
+// Where parcelo-fit writes: results on `out`, notes and progress on `err`.
+struct Console {
+    std::ostream& out;
+    std::ostream& err;
+    bool errIsTerminal = false;  // draw the progress bar
+};
+
+// Runs parcelo-fit with the arguments after the program name and returns its exit status.
+int runFitCommand(const std::vector<std::string>& arguments, const Console& console,
+                  std::stop_token stopToken = {});
+
+// What a run came to, for its closing line.
+struct RunTotals {
+    std::size_t total = 0;
+    std::size_t saved = 0;
+    std::size_t failed = 0;
+    std::int64_t savedBytes = 0;  // what the copies save against their originals
+    bool stopped = false;
+};
+
+// "Saved 12 copies · 38.4 MB smaller than the originals", with the failures and the stop.
+std::string summaryLine(const RunTotals& totals);
+
+}  // namespace parcelo::cli

@@ -1,0 +1,16 @@
+// parcelo-fit: makes upload-ready copies of images from the command line.
+#include <unistd.h>
+
+#include <iostream>
+#include <string>
+#include <vector>
+
+#include "FitCommand.h"
+#include "SignalStop.h"
+
+int main(int argc, char* argv[]) {
+    const parcelo::cli::SignalStop signalStop;  // first, before any other thread exists
+    const std::vector<std::string> arguments(argv + 1, argv + argc);
+    return parcelo::cli::runFitCommand(arguments, {std::cout, std::cerr, ::isatty(STDERR_FILENO) == 1},
+                                       signalStop.token());
+}
