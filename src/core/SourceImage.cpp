@@ -128,6 +128,7 @@ void checkHeader(ValidatedSource& source) {
         fail(FitError::Case::tooLarge);
     if (frameCount(header, source) != 1) fail(FitError::Case::multipleFrames);
     source.orientation = orientationOf(header);
+    source.colourManaged = header.get_typeof(VIPS_META_ICC_NAME) != 0 || header.interpretation() == VIPS_INTERPRETATION_CMYK;
 }
 
 VImage toEightBit(VImage image) {
@@ -165,14 +166,14 @@ ValidatedSource validatedSource(const fs::path& path) {
 VImage scaledDecode(const ValidatedSource& source, std::int64_t maxEdge) {
     const int edge = static_cast<int>(std::clamp<std::int64_t>(maxEdge, 1, kMaxSourceSide));
     try {
-        // From the full image, orientation applied, colour converted to sRGB from the embedded
-        // profile, never enlarged; a damaged file fails instead of decoding with grey bands.
-        VImage decoded = VImage::thumbnail(source.path.string().c_str(), edge,
-                                           VImage::option()
-                                               ->set("height", edge)
-                                               ->set("size", VIPS_SIZE_DOWN)
-                                               ->set("export_profile", "srgb")
-                                               ->set("fail_on", VIPS_FAIL_ON_WARNING));
+        // From the full image, orientation applied, never enlarged; a damaged file fails instead
+        // of decoding with grey bands. Pixels without a profile are taken as sRGB already.
+        auto* options = VImage::option()
+                            ->set("height", edge)
+                            ->set("size", VIPS_SIZE_DOWN)
+                            ->set("fail_on", VIPS_FAIL_ON_WARNING);
+        if (source.colourManaged) options->set("export_profile", "srgb");
+        VImage decoded = VImage::thumbnail(source.path.string().c_str(), edge, options);
         return toEightBit(decoded).copy_memory();
     } catch (const vips::VError&) {
         clearVipsError();

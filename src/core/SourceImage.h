@@ -25,6 +25,7 @@ struct ValidatedSource {
     std::int64_t fileSize = 0;
     geometry::PixelSize stored;  // before any orientation is applied
     std::optional<int> orientation;
+    bool colourManaged = false;  // carries a colour profile, or is CMYK: its pixels need converting to sRGB
 };
 
 // Checks type, byte and pixel limits and frame count from the file system and the header
