@@ -1,0 +1,130 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+
+#include <QDeadlineTimer>
+#include <QDir>
+#include <QFile>
+#include <QImage>
+#include <QRandomGenerator>
+#include <QSettings>
+#include <QSignalSpy>
+#include <QTemporaryDir>
+#include <QTest>
+#include <QUrl>
+
+#include "AppModel.h"
+
+namespace parcelo::test {
+
+inline QString corpusDir() { return QStringLiteral(PARCELO_CORPUS_DIR); }
+inline bool haveCorpus() { return QFile::exists(corpusDir() + QStringLiteral("/MANIFEST.tsv")); }
+inline QString corpusFile(const QString& relative) { return corpusDir() + QLatin1Char('/') + relative; }
+
+// Skips the current test, loudly, when the image corpus is not beside the checkout.
+#define REQUIRE_CORPUS()                                                                              \
+    do {                                                                                              \
+        if (!::parcelo::test::haveCorpus())                                                           \
+            QSKIP(qPrintable(QStringLiteral("image corpus missing at %1 - real-image checks NOT run") \
+                                 .arg(::parcelo::test::corpusDir())));                                \
+    } while (0)
+
+// What a generated picture looks like: one colour compresses to almost nothing, noise hardly at all.
+enum class Picture { flat, gradient, noise };
+
+// Writes a picture of the given size; the format follows the file's suffix.
+inline void writeImage(const QString& path, int width, int height, Picture picture = Picture::gradient) {
+    QImage image(width, height, QImage::Format_RGB32);
+    QRandomGenerator random(7);
+    for (int y = 0; y < height; ++y)
+        for (int x = 0; x < width; ++x) {
+            switch (picture) {
+            case Picture::flat: image.setPixel(x, y, qRgb(200, 120, 60)); break;
+            case Picture::gradient: image.setPixel(x, y, qRgb(x * 255 / width, y * 255 / height, 128)); break;
+            case Picture::noise: image.setPixel(x, y, random.generate() | 0xff000000u); break;
+            }
+        }
+    QVERIFY2(image.save(path), qPrintable(QStringLiteral("could not write test image ") + path));
+}
+
+inline void writeText(const QString& path, const QByteArray& bytes) {
+    QFile file(path);
+    QVERIFY2(file.open(QIODevice::WriteOnly), qPrintable(file.errorString() + QStringLiteral(": ") + path));
+    QCOMPARE(file.write(bytes), bytes.size());
+}
+
+inline QList<QUrl> urls(const QStringList& paths) {
+    QList<QUrl> list;
+    for (const auto& path : paths) list.append(QUrl::fromLocalFile(path));
+    return list;
+}
+
+// Waits, with a running event loop, until done() holds, re-checking whenever signal fires.
+template <typename Signal>
+bool waitUntil(const AppModel& model, Signal signal, const std::function<bool()>& done, int timeoutMs = 120'000) {
+    QSignalSpy spy(&model, signal);
+    QDeadlineTimer deadline(timeoutMs);
+    while (!done()) {
+        if (deadline.hasExpired()) return false;
+        spy.wait(static_cast<int>(std::max<qint64>(deadline.remainingTime(), 1)));
+    }
+    return true;
+}
+
+// A real model over a private preferences file and a private temporary directory, so
+// that its working folder lands where the test can see it.
+class ModelSandbox {
+public:
+    ModelSandbox() {
+        if (!root_.isValid()) qFatal("cannot make a temporary directory");
+        QDir(root_.path()).mkpath(QStringLiteral("tmp"));
+        QDir(root_.path()).mkpath(QStringLiteral("files"));
+        qputenv("TMPDIR", QFile::encodeName(path(QStringLiteral("tmp"))));
+        preferences_ = std::make_unique<QSettings>(path(QStringLiteral("preferences.ini")), QSettings::IniFormat);
+    }
+    ~ModelSandbox() {
+        if (model_) model_->cleanUp();
+    }
+    ModelSandbox(const ModelSandbox&) = delete;
+    ModelSandbox& operator=(const ModelSandbox&) = delete;
+
+    [[nodiscard]] QString path(const QString& relative) const { return root_.filePath(relative); }
+    [[nodiscard]] QString file(const QString& name) const { return root_.filePath(QStringLiteral("files/") + name); }
+    [[nodiscard]] QSettings& preferences() { return *preferences_; }
+
+    AppModel& model() {
+        if (!model_) model_ = std::make_unique<AppModel>(preferences_.get());
+        return *model_;
+    }
+    // Drops the model (as at quit) and makes a new one over the same preferences.
+    AppModel& relaunch() {
+        preferences_->sync();
+        if (model_) model_->cleanUp();
+        model_.reset();
+        return model();
+    }
+
+private:
+    QTemporaryDir root_;
+    std::unique_ptr<QSettings> preferences_;
+    std::unique_ptr<AppModel> model_;
+};
+
+// Adds files directly and waits until their thumbnails are done.
+inline bool addAndLoad(AppModel& model, const QStringList& paths) {
+    model.add(urls(paths));
+    return waitUntil(model, &AppModel::importingChanged, [&model] { return !model.importing(); });
+}
+
+inline bool runFit(AppModel& model, bool retryFailed = false) {
+    model.fit(retryFailed);
+    return waitUntil(model, &AppModel::busyChanged, [&model] { return !model.busy(); });
+}
+
+inline bool exportInto(AppModel& model, const QString& folder) {
+    model.exportTo(QUrl::fromLocalFile(folder));
+    return waitUntil(model, &AppModel::exportingChanged, [&model] { return !model.exporting(); });
+}
+
+}  // namespace parcelo::test
