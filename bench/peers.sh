@@ -41,8 +41,20 @@ if [[ ${PARCELO_BENCH_FILES:-0} -gt 0 ]]; then FILES=("${FILES[@]:0:$PARCELO_BEN
 # Every tool reads the images from a warm file cache.
 cat "${FILES[@]}" >/dev/null
 
-now() { echo "$EPOCHREALTIME"; }
-elapsed() { awk -v a="$1" -v b="$2" 'BEGIN { printf "%.2f", b - a }'; }
+ROUNDS=${PARCELO_BENCH_ROUNDS:-2}
+
+# Runs a command under GNU time and appends "wall cpu" seconds (cpu = user + system, children
+# included) to the file named first. Other work on the machine stretches wall time far more than
+# CPU time, so both are kept, and the best of the rounds counts.
+timed() {
+    local record=$1 raw; shift
+    raw=$(mktemp "$WORK/time.XXXXXX")
+    /usr/bin/time -f '%e %U %S' -o "$raw" "$@" || true
+    tail -n 1 "$raw" | awk '{ printf "%.2f %.2f\n", $1, $2 + $3 }' >>"$record"
+    rm -f "$raw"
+}
+# "wall cpu": the smallest of each over the rounds recorded.
+best() { sort -n -k1,1 "$1" | head -n 1 | cut -d' ' -f1; sort -n -k2,2 "$1" | head -n 1 | cut -d' ' -f2; }
 ratio() { awk -v a="$1" -v b="$2" 'BEGIN { if (b > 0) printf "%.2f", a / b; else print "n/a" }'; }
 
 # Prints "produced within meanBytesOverLimit meanMegapixels meanJpegQuality" for a folder of copies.
@@ -59,25 +71,41 @@ summarize() {
                      jpegs ? sprintf("%.1f", q / jpegs) : "-" }'
 }
 
-row() {  # tool seconds summary failed
-    local tool=$1 seconds=$2 failed=$4
-    read -r produced within share mp quality <<<"$3"
-    printf '  %-13s %8s s  %5s/%-5s %11s  %9s MP  %6s  %6s\n' \
-        "$tool" "$seconds" "$within" "$produced" "$share" "$mp" "$quality" "$failed"
+row() {  # tool wall cpu summary failed
+    local tool=$1 wall=$2 cpu=$3 failed=$5
+    read -r produced within share mp quality <<<"$4"
+    printf '  %-12s %8s s %8s s  %5s/%-5s %11s  %8s MP  %6s  %6s\n' \
+        "$tool" "$wall" "$cpu" "$within" "$produced" "$share" "$mp" "$quality" "$failed"
 }
 
 header() {
-    printf '  %-13s %10s  %11s %11s  %12s  %6s  %6s\n' tool time "within" "bytes÷limit" \
-        "mean pixels" "mean Q" failed
+    printf '  %-12s %10s %10s  %11s %11s  %11s  %6s  %6s\n' tool wall cpu "within" \
+        "bytes÷limit" "mean pixels" "mean Q" failed
 }
 
-# ImageMagick's convert on one image; "original size" has no -resize.
-magick_one() {  # in out edge bytes
-    local resize=()
-    [[ $3 -gt 0 ]] && resize=(-resize "$3x$3>")
-    "$CONVERT" "$1" -auto-orient -strip -colorspace sRGB "${resize[@]}" \
-        -define "jpeg:extent=$4" "$2"
+ratios() {  # label parcelo-wall parcelo-cpu other-wall other-cpu
+    printf '  Parcelo ÷ %-12s wall %5s   cpu %5s\n' "$1:" "$(ratio "$2" "$4")" "$(ratio "$3" "$5")"
 }
+
+# ImageMagick's convert on one image, as a script of its own so that xargs can run it too;
+# "original size" has no -resize. Arguments: image, output, edge (0: original size), bytes.
+MAGICK_ONE=$WORK/magick-one.sh
+cat >"$MAGICK_ONE" <<EOF
+resize=()
+[[ \$3 -gt 0 ]] && resize=(-resize "\$3x\$3>")
+exec "$CONVERT" "\$1" -auto-orient -strip -colorspace sRGB "\${resize[@]}" -define "jpeg:extent=\$4" "\$2"
+EOF
+
+# ImageMagick over a list of images, one convert each, named by their place in the list.
+MAGICK_LIST=$WORK/magick-list.sh
+cat >"$MAGICK_LIST" <<EOF
+i=0
+while IFS= read -r image; do
+    stem=\$(basename "\$image")
+    bash "$MAGICK_ONE" "\$image" "\$2/\$(printf %03d \$i)-\${stem%.*}.jpg" "\$3" "\$4" || true
+    i=\$((i + 1))
+done <"\$1"
+EOF
 
 # One "IN OUT W H Q" job per fitted copy, with the quality Parcelo chose read back from the copy.
 floor_jobs() {  # json outdir
@@ -95,94 +123,95 @@ floor_jobs() {  # json outdir
 }
 
 compare_set() {  # kb edge
-    local kb=$1 edge=$2 limit=$(($1 * 1000)) name="$1kb-$2px" start end i
+    local kb=$1 edge=$2 limit=$(($1 * 1000)) name="$1kb-$2px" round
     local label="$kb KB, longest edge $edge px"
     [[ $edge -eq 0 ]] && label="$kb KB, original size"
     local fitDir=$WORK/$name-parcelo magickDir=$WORK/$name-magick floorDir=$WORK/$name-floor
-    mkdir -p "$fitDir" "$magickDir" "$floorDir"
+    printf '%s\n' "${FILES[@]}" >"$WORK/$name.list"
 
-    start=$(now)
-    "$FIT" --jobs 1 --json --kb "$kb" --max-edge "$edge" --out "$fitDir" "${FILES[@]}" \
-        >"$WORK/$name.json" 2>"$WORK/$name-parcelo.err" || true
-    end=$(now)
-    local fitSeconds; fitSeconds=$(elapsed "$start" "$end")
-    local fitFailed; fitFailed=$(jq -s 'map(select(.error != null)) | length' "$WORK/$name.json")
-
-    local magickFailed=0
-    start=$(now)
-    for i in "${!FILES[@]}"; do
-        local stem; stem=$(basename "${FILES[$i]}"); stem=${stem%.*}
-        magick_one "${FILES[$i]}" "$magickDir/$(printf %03d "$i")-$stem.jpg" "$edge" "$limit" \
-            2>>"$WORK/$name-magick.err" || magickFailed=$((magickFailed + 1))
+    for ((round = 1; round <= ROUNDS; round++)); do
+        rm -rf "$fitDir" "$magickDir" "$floorDir"
+        mkdir -p "$fitDir" "$magickDir" "$floorDir"
+        timed "$WORK/$name-parcelo.time" "$FIT" --jobs 1 --json --kb "$kb" --max-edge "$edge" \
+            --out "$fitDir" "${FILES[@]}" >"$WORK/$name.json" 2>"$WORK/$name-parcelo.err"
+        timed "$WORK/$name-magick.time" bash "$MAGICK_LIST" "$WORK/$name.list" "$magickDir" "$edge" "$limit" 2>>"$WORK/$name-magick.err"
+        [[ $round -eq 1 ]] && floor_jobs "$WORK/$name.json" "$floorDir" >"$WORK/$name-floor.jobs"
+        timed "$WORK/$name-floor.time" "$FLOOR" - <"$WORK/$name-floor.jobs" 2>"$WORK/$name-floor.err"
     done
-    end=$(now)
-    local magickSeconds; magickSeconds=$(elapsed "$start" "$end")
 
-    floor_jobs "$WORK/$name.json" "$floorDir" >"$WORK/$name-floor.jobs"
+    local fitFailed; fitFailed=$(jq -s 'map(select(.error != null)) | length' "$WORK/$name.json")
+    local magickMade; magickMade=$(find "$magickDir" -type f | wc -l)
+    local floorFailed; floorFailed=$(grep -c '^parcelo-floor:' "$WORK/$name-floor.err" || true)
     local pngs; pngs=$(grep -c $'\tpng$' "$WORK/$name-floor.jobs" || true)
-    local floorFailed=0
-    start=$(now)
-    "$FLOOR" - <"$WORK/$name-floor.jobs" 2>"$WORK/$name-floor.err" || floorFailed=1
-    end=$(now)
-    local floorSeconds; floorSeconds=$(elapsed "$start" "$end")
-    [[ $floorFailed -eq 0 ]] || floorFailed=$(grep -c '^parcelo-floor:' "$WORK/$name-floor.err" || true)
+    local fitTimes magickTimes floorTimes
+    mapfile -t fitTimes < <(best "$WORK/$name-parcelo.time")
+    mapfile -t magickTimes < <(best "$WORK/$name-magick.time")
+    mapfile -t floorTimes < <(best "$WORK/$name-floor.time")
 
     echo
-    echo "$label — ${#FILES[@]} images, limit $limit bytes"
+    echo "$label — ${#FILES[@]} images, limit $limit bytes, best of $ROUNDS rounds"
     header
-    row parcelo-fit "$fitSeconds" "$(summarize "$fitDir" "$limit")" "$fitFailed"
-    row imagemagick "$magickSeconds" "$(summarize "$magickDir" "$limit")" "$magickFailed"
-    row floor "$floorSeconds" "$(summarize "$floorDir" "$limit")" "$floorFailed"
-    echo "  Parcelo's time ÷ ImageMagick's: $(ratio "$fitSeconds" "$magickSeconds")" \
-         "   ÷ the floor's: $(ratio "$fitSeconds" "$floorSeconds")" \
-         "   (the floor made Parcelo's $pngs PNG copies as one PNG encode each)"
+    row parcelo-fit "${fitTimes[@]}" "$(summarize "$fitDir" "$limit")" "$fitFailed"
+    row imagemagick "${magickTimes[@]}" "$(summarize "$magickDir" "$limit")" $((${#FILES[@]} - magickMade))
+    row floor "${floorTimes[@]}" "$(summarize "$floorDir" "$limit")" "$floorFailed"
+    ratios ImageMagick "${fitTimes[@]}" "${magickTimes[@]}"
+    ratios "the floor" "${fitTimes[@]}" "${floorTimes[@]}"
+    echo "  (the floor made Parcelo's $pngs PNG copies of transparent images with one PNG encode each)"
     if [[ $fitFailed -gt 0 ]]; then
         echo "  parcelo-fit failures:"
         jq -r 'select(.error != null) | "    \(.source): \(.error)"' "$WORK/$name.json"
     fi
-    if [[ $magickFailed -gt 0 ]]; then sed 's/^/    /' "$WORK/$name-magick.err" | head -n 5; fi
+    if [[ -s $WORK/$name-magick.err ]]; then
+        echo "  ImageMagick said:"; sort -u "$WORK/$name-magick.err" | head -n 5 | sed 's/^/    /'
+    fi
 }
 
 echo "Parcelo benchmark: $(nproc) cores, $(date -u +%Y-%m-%dT%H:%M:%SZ)"
 echo "  parcelo-fit: $FIT"
 echo "  ImageMagick: $("$CONVERT" -version | head -n 1)"
 echo "  libvips:     $(vips --version)"
-echo "  columns: wall time for all images; copies within the byte limit / copies made;"
-echo "  mean of bytes ÷ limit; mean pixels per copy; mean JPEG quality (identify %Q); failed images"
+echo "  load average before the run: $(cut -d' ' -f1-3 /proc/loadavg)"
+echo "  columns: wall and CPU (user + system) seconds for all images; copies within the byte limit"
+echo "  / copies made; mean of bytes ÷ limit; mean pixels per copy; mean JPEG quality (identify %Q)"
+echo "  of the JPEG copies; images without a copy"
 
 compare_set 500 1920
 compare_set 100 0
 
 # Two workers on a folder: parcelo-fit --jobs 2 against ImageMagick fed by xargs -P 2.
 folder_run() {
-    local kb=500 edge=1920 limit=500000 folder=$WORK/folder i start end
-    mkdir -p "$folder" "$WORK/folder-parcelo" "$WORK/folder-magick"
+    local kb=500 edge=1920 limit=500000 folder=$WORK/folder i round
+    mkdir -p "$folder"
     for i in "${!FILES[@]}"; do cp "${FILES[$i]}" "$folder/$(printf %03d "$i")-$(basename "${FILES[$i]}")"; done
     cat "$folder"/* >/dev/null
+    # xargs hands each image to a small script: $1 output folder, $2 edge, $3 limit, $4 image.
+    cat >"$WORK/magick-each.sh" <<EOF
+stem=\$(basename "\$4")
+bash "$MAGICK_ONE" "\$4" "\$1/\${stem%.*}.jpg" "\$2" "\$3"
+EOF
+    printf '%s\0' "$folder"/* >"$WORK/folder.list"
 
-    start=$(now)
-    "$FIT" --jobs 2 --json --kb "$kb" --max-edge "$edge" --out "$WORK/folder-parcelo" "$folder" \
-        >"$WORK/folder.json" 2>/dev/null || true
-    end=$(now)
-    local fitSeconds; fitSeconds=$(elapsed "$start" "$end")
+    for ((round = 1; round <= ROUNDS; round++)); do
+        rm -rf "$WORK/folder-parcelo" "$WORK/folder-magick"
+        mkdir -p "$WORK/folder-parcelo" "$WORK/folder-magick"
+        timed "$WORK/folder-parcelo.time" "$FIT" --jobs 2 --json --kb "$kb" --max-edge "$edge" \
+            --out "$WORK/folder-parcelo" "$folder" >"$WORK/folder.json" 2>/dev/null
+        timed "$WORK/folder-magick.time" xargs -0 -P 2 -n 1 -a "$WORK/folder.list" \
+            bash "$WORK/magick-each.sh" "$WORK/folder-magick" "$edge" "$limit" 2>/dev/null
+    done
 
-    export -f magick_one
-    export CONVERT
-    start=$(now)
-    # xargs puts the image last: $1 output folder, $2 edge, $3 limit, $4 image.
-    find "$folder" -type f -print0 | xargs -0 -P 2 -n 1 bash -c \
-        'stem=$(basename "$4"); magick_one "$4" "$1/${stem%.*}.jpg" "$2" "$3"' _ \
-        "$WORK/folder-magick" "$edge" "$limit" 2>/dev/null || true
-    end=$(now)
-    local magickSeconds; magickSeconds=$(elapsed "$start" "$end")
-
+    local fitTimes magickTimes magickMade
+    mapfile -t fitTimes < <(best "$WORK/folder-parcelo.time")
+    mapfile -t magickTimes < <(best "$WORK/folder-magick.time")
+    magickMade=$(find "$WORK/folder-magick" -type f | wc -l)
     echo
-    echo "Folder of ${#FILES[@]} images, two at a time, $kb KB, longest edge $edge px"
+    echo "Folder of ${#FILES[@]} images, two at a time, $kb KB, longest edge $edge px, best of $ROUNDS rounds"
     header
-    row "parcelo-fit" "$fitSeconds" "$(summarize "$WORK/folder-parcelo" "$limit")" \
+    row parcelo-fit "${fitTimes[@]}" "$(summarize "$WORK/folder-parcelo" "$limit")" \
         "$(jq -s 'map(select(.error != null)) | length' "$WORK/folder.json")"
-    row "imagemagick" "$magickSeconds" "$(summarize "$WORK/folder-magick" "$limit")" -
-    echo "  Parcelo's time ÷ ImageMagick's: $(ratio "$fitSeconds" "$magickSeconds")"
+    row imagemagick "${magickTimes[@]}" "$(summarize "$WORK/folder-magick" "$limit")" \
+        $((${#FILES[@]} - magickMade))
+    ratios ImageMagick "${fitTimes[@]}" "${magickTimes[@]}"
 }
 folder_run
 
