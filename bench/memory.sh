@@ -1,11 +1,13 @@
 #!/usr/bin/env bash
 # Parcelo's peak memory on the largest photo it accepts: a 10,000 × 10,000 JPEG (100 megapixels,
 # made here once at quality 90) fitted at its original size (capped at 8,192 px) into 1,000 KB.
+# With the floor's program given too, the floor's peak for the very same copy is shown beside it.
 #
-#   bash bench/memory.sh PATH/TO/parcelo-fit
+#   bash bench/memory.sh PATH/TO/parcelo-fit [PATH/TO/parcelo-floor]
 set -euo pipefail
 
-FIT=${1:?usage: bash bench/memory.sh PATH/TO/parcelo-fit}
+FIT=${1:?usage: bash bench/memory.sh PATH/TO/parcelo-fit [PATH/TO/parcelo-floor]}
+FLOOR=${2:-}
 WORK=$(mktemp -d "${TMPDIR:-/tmp}/parcelo-memory.XXXXXX")
 trap 'rm -rf "$WORK"' EXIT
 
@@ -16,14 +18,25 @@ vips resize "$WORK/noise.v" "$WORK/big.jpg[Q=90]" 10
 rm -f "$WORK"/*.v
 cat "$WORK/big.jpg" >/dev/null
 
+# "NNN MB (NNN KiB), wall H:MM:SS" from the report of GNU time -v.
+peak() {
+    awk -F': ' '/Maximum resident set size/ { kib = $2 } /Elapsed \(wall clock\)/ { wall = $2 }
+        END { printf "%.0f MB (%d KiB), wall %s", kib * 1024 / 1e6, kib, wall }' "$1"
+}
+
 mkdir -p "$WORK/out"
 /usr/bin/time -v "$FIT" --json --max-edge 0 --kb 1000 --out "$WORK/out" "$WORK/big.jpg" \
-    >"$WORK/fit.json" 2>"$WORK/time.txt" || true
+    >"$WORK/fit.json" 2>"$WORK/fit-time.txt" || true
 
-kbytes=$(awk -F': ' '/Maximum resident set size/ { print $2 }' "$WORK/time.txt")
-wall=$(awk -F': ' '/Elapsed \(wall clock\)/ { print $2 }' "$WORK/time.txt")
 echo
 echo "Memory: 10000×10000 JPEG ($(stat -c %s "$WORK/big.jpg") bytes), --max-edge 0 --kb 1000"
-echo "  maximum resident set size: $(awk -v k="$kbytes" 'BEGIN { printf "%.0f MB (%d KiB)", k * 1024 / 1e6, k }')"
-echo "  wall time: $wall"
-echo "  result: $(jq -r '"\(.width)×\(.height) \(.format), \(.bytes) bytes, error: \(.error)"' "$WORK/fit.json")"
+echo "  parcelo-fit maximum resident set size: $(peak "$WORK/fit-time.txt")"
+echo "  copy: $(jq -r '"\(.width)×\(.height) \(.format), \(.bytes) bytes, error: \(.error)"' "$WORK/fit.json")"
+
+output=$(jq -r '.output // empty' "$WORK/fit.json")
+if [[ -n $FLOOR && -n $output ]]; then
+    read -r width height < <(jq -r '"\(.width) \(.height)"' "$WORK/fit.json")
+    /usr/bin/time -v "$FLOOR" "$WORK/big.jpg" "$WORK/floor.jpg" "$width" "$height" \
+        "$(identify -format %Q "$output")" 2>"$WORK/floor-time.txt" || true
+    echo "  floor (same copy)  maximum resident set size: $(peak "$WORK/floor-time.txt")"
+fi

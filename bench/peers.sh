@@ -215,7 +215,7 @@ EOF
 }
 folder_run
 
-bash "$ROOT/bench/memory.sh" "$FIT"
+bash "$ROOT/bench/memory.sh" "$FIT" "$FLOOR"
 
 echo
 if [[ -x $EXPAND ]]; then "$EXPAND"; else echo "expand: $EXPAND not built"; fi
