@@ -25,6 +25,15 @@ std::vector<std::uint8_t> bytesOf(VipsBlob* blob) {
     return {bytes, bytes + length};
 }
 
+// Optimised Huffman tables make a JPEG a few per cent smaller, but the encoder then holds every
+// coefficient of the image at once (up to six bytes a pixel). Above this size the standard
+// tables keep a fit of a very large photo within a few hundred megabytes.
+constexpr std::int64_t kLargestOptimisedJpegPixels = 24'000'000;
+
+bool optimiseCoding(const VImage& image) {
+    return static_cast<std::int64_t>(image.width()) * image.height() <= kLargestOptimisedJpegPixels;
+}
+
 }  // namespace
 
 int jpegQualitySetting(double quality) {
@@ -37,7 +46,7 @@ std::vector<std::uint8_t> encode(const VImage& image, bool png, double quality) 
             return bytesOf(image.pngsave_buffer(VImage::option()->set("strip", true)));
         return bytesOf(image.jpegsave_buffer(VImage::option()
                                                  ->set("Q", jpegQualitySetting(quality))
-                                                 ->set("optimize_coding", true)
+                                                 ->set("optimize_coding", optimiseCoding(image))
                                                  ->set("strip", true)));
     } catch (const vips::VError&) {
         clearVipsError();

@@ -21,6 +21,16 @@ std::optional<PixelSize> nextSmallerSize(PixelSize current) {
     return next;
 }
 
+std::vector<PixelSize> sizeLadder(PixelSize first) {
+    std::vector<PixelSize> sizes{first};
+    while (sizes.size() < static_cast<std::size_t>(kSizeSteps)) {
+        const auto next = nextSmallerSize(sizes.back());
+        if (!next) break;
+        sizes.push_back(*next);
+    }
+    return sizes;
+}
+
 PixelSize orientedSize(PixelSize stored, std::optional<int> orientation) {
     const bool swapsSides = orientation && *orientation >= 5 && *orientation <= 8;
     return swapsSides ? PixelSize{stored.height, stored.width} : stored;

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <vector>
 
 #include "CropPosition.h"
 
@@ -23,6 +24,10 @@ std::int64_t sizeModeDecodeEdge(std::int64_t longest, std::int64_t maxEdge);
 // The next smaller size to try: 0.8 of each side, truncated, at least 1. Nothing when it would
 // fall under the smallest useful edge or would not shrink at all.
 std::optional<PixelSize> nextSmallerSize(PixelSize current);
+
+// Every size the size search may try, largest first: `first`, then each next smaller size,
+// at most kSizeSteps sizes in all.
+std::vector<PixelSize> sizeLadder(PixelSize first);
 
 // Stored size with the EXIF orientation applied: orientations 5 to 8 swap the sides.
 PixelSize orientedSize(PixelSize stored, std::optional<int> orientation);

@@ -21,14 +21,12 @@ TEST(SizeModeGeometry, ShrinkStepsStopUnderTheSmallestUsefulEdge) {
 }
 
 TEST(SizeModeGeometry, FromTheCapAtMostTwentyTwoSizesAreTried) {
-    PixelSize size{8'192, 8'192};
-    int sizes = 1;
-    while (auto next = nextSmallerSize(size)) {
-        size = *next;
-        ++sizes;
-    }
-    EXPECT_EQ(sizes, 22);
-    EXPECT_EQ(size.longest(), 73);
+    const std::vector<PixelSize> ladder = sizeLadder({8'192, 8'192});
+    ASSERT_EQ(ladder.size(), 22u);
+    EXPECT_EQ(ladder.front(), (PixelSize{8'192, 8'192}));
+    EXPECT_EQ(ladder[1], (PixelSize{6'553, 6'553}));
+    EXPECT_EQ(ladder.back().longest(), 73);
+    EXPECT_EQ(sizeLadder({100, 100}), (std::vector<PixelSize>{{100, 100}, {80, 80}, {64, 64}}));
 }
 
 TEST(ExactGeometry, OrientationSwapsTheSidesOnlyForFiveToEight) {
