@@ -117,7 +117,7 @@ int run(const FitOptions& options, const Console& console, const std::stop_token
         console.err << kProgram << error.what() << '\n';
         return kExitSomeFailed;
     } catch (const CancellationError&) {
-        console.err << summaryLine({.stopped = true}) << '\n';
+        (options.json ? console.err : console.out) << summaryLine({.stopped = true}) << '\n';
         return kExitStopped;
     }
     if (sources.empty()) {
@@ -148,6 +148,7 @@ int runFitCommand(const std::vector<std::string>& arguments, const Console& cons
 std::string summaryLine(const RunTotals& totals) {
     const std::string copies = totals.saved == 1 ? "copy" : "copies";
     std::string line;
+    if (totals.stopped && totals.total == 0) return "Stopped before any image was fitted";
     if (totals.stopped)
         line = "Stopped. Saved " + std::to_string(totals.saved) + " of " + std::to_string(totals.total) + " " +
                (totals.total == 1 ? "copy" : "copies") + " before the stop";

@@ -12,6 +12,7 @@ sigset_t stopSignals() {
     sigemptyset(&signals);
     sigaddset(&signals, SIGINT);
     sigaddset(&signals, SIGTERM);
+    sigaddset(&signals, SIGHUP);  // the terminal went away
     return signals;
 }
 

@@ -5,7 +5,7 @@
 
 namespace parcelo::cli {
 
-// Turns Ctrl+C (SIGINT) and SIGTERM into a stop request, so that a run ends through the
+// Turns Ctrl+C (SIGINT), SIGTERM and SIGHUP into a stop request, so that a run ends through the
 // engine's own cancellation and never halfway through writing a copy. Make it before any
 // other thread: the signals are blocked in this thread and in every thread started later,
 // and only a watcher thread of its own receives them.

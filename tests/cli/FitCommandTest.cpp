@@ -281,6 +281,7 @@ TEST_F(FitCommandTest, StopBeforeTheStartSavesNothing) {
 
     const CommandRun folder = fitCommand({"--out", out(), folder_.path().string()}, stop.get_token());
     EXPECT_EQ(folder.status, kExitStopped);
+    EXPECT_EQ(folder.out, "Stopped before any image was fitted\n");
 }
 
 // --- The closing line ------------------------------------------------------------------------------
@@ -294,6 +295,7 @@ TEST(FitSummary, SaysWhatWasSavedFailedAndGained) {
     EXPECT_EQ(summaryLine({.total = 2, .failed = 2}), "Saved 0 of 2 copies \u00b7 2 failed");
     EXPECT_EQ(summaryLine({.total = 9, .saved = 1, .savedBytes = 4'200'000, .stopped = true}),
               "Stopped. Saved 1 of 9 copies before the stop \u00b7 " + gained);
+    EXPECT_EQ(summaryLine({.stopped = true}), "Stopped before any image was fitted");
 }
 
 }  // namespace
