@@ -1,5 +1,7 @@
 # Two commands: `make run` builds and starts Parcelo, `make test` builds and runs every test.
 BUILD_DIR ?= build
+# The model's tests run a second time here, under AddressSanitizer and UndefinedBehaviorSanitizer.
+ASAN_DIR ?= build-asan
 JOBS ?= $(shell nproc)
 
 .PHONY: deps configure build run test bench clean
@@ -18,9 +20,12 @@ run: build
 
 test: build
 	ctest --test-dir $(BUILD_DIR) --output-on-failure -j $(JOBS)
+	@cmake -S . -B $(ASAN_DIR) -DCMAKE_BUILD_TYPE=Debug -DPARCELO_SANITIZE=ON >/dev/null
+	@cmake --build $(ASAN_DIR) -j $(JOBS) --target parcelo_app_model_tests
+	ctest --test-dir $(ASAN_DIR) --output-on-failure -j $(JOBS) -L model
 
 bench: build
 	bash bench/peers.sh ../shared/corpus
 
 clean:
-	rm -rf $(BUILD_DIR)
+	rm -rf $(BUILD_DIR) $(ASAN_DIR)

@@ -2,6 +2,7 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
 
 #include <QDeadlineTimer>
 #include <QDir>
@@ -85,6 +86,11 @@ public:
     }
     ~ModelSandbox() {
         if (model_) model_->cleanUp();
+        model_.reset();
+        if (originalTemp_)
+            qputenv("TMPDIR", *originalTemp_);
+        else
+            qunsetenv("TMPDIR");
     }
     ModelSandbox(const ModelSandbox&) = delete;
     ModelSandbox& operator=(const ModelSandbox&) = delete;
@@ -106,6 +112,8 @@ public:
     }
 
 private:
+    std::optional<QByteArray> originalTemp_ =
+        qEnvironmentVariableIsSet("TMPDIR") ? std::optional(qgetenv("TMPDIR")) : std::nullopt;
     QTemporaryDir root_;
     std::unique_ptr<QSettings> preferences_;
     std::unique_ptr<AppModel> model_;
