@@ -260,8 +260,12 @@ private slots:
         QVERIFY(!model.scanning());
         QVERIFY(!model.importing());
         QSignalSpy items(&model, &AppModel::itemsChanged);
+        QSignalSpy scanning(&model, &AppModel::scanningChanged);
+        QSignalSpy importing(&model, &AppModel::importingChanged);
         QTest::qWait(1500);  // longer than the walk of 400 small files takes
         QCOMPARE(items.count(), 0);
+        QCOMPARE(scanning.count(), 0);
+        QCOMPARE(importing.count(), 0);
         QVERIFY(model.items().empty());
         QVERIFY(!model.message());
         model.add(urls({folder}));
