@@ -16,7 +16,7 @@ packages=(
   qml6-module-qtquick-window qml6-module-qtqml-workerscript qml6-module-qtquick-shapes
   qt6-qpa-plugins breeze-icon-theme
   # benchmarks and test tools
-  imagemagick time
+  imagemagick time jq
 )
 
 missing=()

@@ -60,6 +60,10 @@ VImage renderAtSize(const VImage& decoded, PixelSize size, bool keepAlpha) {
     });
 }
 
+VImage renderStreamed(const VImage& scaled) {
+    return rendered([&] { return prepared(scaled, false); });
+}
+
 VImage renderCover(const VImage& decoded, PixelSize exact, CropPosition crop, bool keepAlpha) {
     return rendered([&] {
         const auto placement = geometry::coverPlacement({decoded.width(), decoded.height()}, exact, crop);

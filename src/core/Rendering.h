@@ -13,6 +13,10 @@ namespace parcelo::detail {
 // The whole decoded image at `size` (its own size: no resampling). Throws FitError(cannotEncode).
 vips::VImage renderAtSize(const vips::VImage& decoded, geometry::PixelSize size, bool keepAlpha);
 
+// An opaque image at its own size, as it is encoded, computed while the source is still being
+// decoded: the same pixels as renderAtSize gives for it once decoded.
+vips::VImage renderStreamed(const vips::VImage& scaled);
+
 // The decoded image scaled to cover the exact frame and cut at the crop position.
 // Throws FitError(cannotEncode).
 vips::VImage renderCover(const vips::VImage& decoded, geometry::PixelSize exact, CropPosition crop,

@@ -163,7 +163,7 @@ ValidatedSource validatedSource(const fs::path& path) {
     return source;
 }
 
-VImage scaledDecode(const ValidatedSource& source, std::int64_t maxEdge) {
+VImage openScaled(const ValidatedSource& source, std::int64_t maxEdge) {
     const int edge = static_cast<int>(std::clamp<std::int64_t>(maxEdge, 1, kMaxSourceSide));
     try {
         // From the full image, orientation applied, never enlarged; a damaged file fails instead
@@ -173,12 +173,24 @@ VImage scaledDecode(const ValidatedSource& source, std::int64_t maxEdge) {
                             ->set("size", VIPS_SIZE_DOWN)
                             ->set("fail_on", VIPS_FAIL_ON_WARNING);
         if (source.colourManaged) options->set("export_profile", "srgb");
-        VImage decoded = VImage::thumbnail(source.path.string().c_str(), edge, options);
-        return toEightBit(decoded).copy_memory();
+        return toEightBit(VImage::thumbnail(source.path.string().c_str(), edge, options));
     } catch (const vips::VError&) {
         clearVipsError();
         fail(FitError::Case::unreadable);
     }
+}
+
+VImage decodeNow(const VImage& scaled) {
+    try {
+        return scaled.copy_memory();
+    } catch (const vips::VError&) {
+        clearVipsError();
+        fail(FitError::Case::unreadable);
+    }
+}
+
+VImage scaledDecode(const ValidatedSource& source, std::int64_t maxEdge) {
+    return decodeNow(openScaled(source, maxEdge));
 }
 
 bool hasAlphaBand(const VImage& image) { return image.bands() == 2 || image.bands() == 4; }

@@ -32,6 +32,13 @@ struct ValidatedSource {
 // alone. Throws FitError (unreadable, tooLarge, multipleFrames).
 ValidatedSource validatedSource(const std::filesystem::path& path);
 
+// Image 0 upright, in 8-bit sRGB, with its longer edge at most maxEdge, described but not yet
+// decoded: its pixels are produced as they are read. Throws FitError(unreadable).
+vips::VImage openScaled(const ValidatedSource& source, std::int64_t maxEdge);
+
+// Decodes an image from openScaled into memory. Throws FitError(unreadable).
+vips::VImage decodeNow(const vips::VImage& scaled);
+
 // Decodes image 0 upright, in 8-bit sRGB (alpha kept when present), with its longer edge at
 // most maxEdge, and holds the pixels in memory. Throws FitError(unreadable).
 vips::VImage scaledDecode(const ValidatedSource& source, std::int64_t maxEdge);
