@@ -125,6 +125,13 @@ inline bool addAndLoad(AppModel& model, const QStringList& paths) {
     return waitUntil(model, &AppModel::importingChanged, [&model] { return !model.importing(); });
 }
 
+// Writes a small photo into the sandbox and adds it; the photo's path, or empty when adding failed.
+inline QString addPhoto(ModelSandbox& sandbox) {
+    const QString source = sandbox.file(QStringLiteral("photo.jpg"));
+    writeImage(source, 300, 200);
+    return addAndLoad(sandbox.model(), {source}) ? source : QString();
+}
+
 inline bool runFit(AppModel& model, bool retryFailed = false) {
     model.fit(retryFailed);
     return waitUntil(model, &AppModel::busyChanged, [&model] { return !model.busy(); });

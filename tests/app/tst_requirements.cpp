@@ -139,9 +139,8 @@ private slots:
     void aChangeDiscardsEveryFittedCopy() {
         ModelSandbox sandbox;
         AppModel& model = sandbox.model();
-        const QString source = sandbox.file(QStringLiteral("photo.jpg"));
-        writeImage(source, 300, 200);
-        QVERIFY(addAndLoad(model, {source}));
+        const QString source = addPhoto(sandbox);
+        QVERIFY(!source.isEmpty());
         QVERIFY(runFit(model));
         QVERIFY(exportInto(model, sandbox.path(QStringLiteral("files"))));
         const QString copy = *model.items()[0].output;
@@ -163,9 +162,8 @@ private slots:
     void aCallWithoutAChangeOnlyStoresTheRequirements() {
         ModelSandbox sandbox;
         AppModel& model = sandbox.model();
-        const QString source = sandbox.file(QStringLiteral("photo.jpg"));
-        writeImage(source, 300, 200);
-        QVERIFY(addAndLoad(model, {source}));
+        const QString source = addPhoto(sandbox);
+        QVERIFY(!source.isEmpty());
         QVERIFY(runFit(model));
         QVERIFY(model.saveRecipe(QStringLiteral("Mine")));
         model.settingsChanged();
@@ -177,9 +175,8 @@ private slots:
     void aChangeDuringARunIsNeitherStoredNorApplied() {
         ModelSandbox sandbox;
         AppModel& model = sandbox.model();
-        const QString source = sandbox.file(QStringLiteral("photo.jpg"));
-        writeImage(source, 300, 200);
-        QVERIFY(addAndLoad(model, {source}));
+        const QString source = addPhoto(sandbox);
+        QVERIFY(!source.isEmpty());
         QVERIFY(model.saveRecipe(QStringLiteral("Mine")));
         const QByteArray stored = sandbox.preferences().value(kLastSettings).toByteArray();
         model.fit(false);
@@ -388,9 +385,8 @@ private slots:
     void applyingDiscardsCopiesMadeUnderOtherRequirements() {
         ModelSandbox sandbox;
         AppModel& model = sandbox.model();
-        const QString source = sandbox.file(QStringLiteral("photo.jpg"));
-        writeImage(source, 300, 200);
-        QVERIFY(addAndLoad(model, {source}));
+        const QString source = addPhoto(sandbox);
+        QVERIFY(!source.isEmpty());
         QVERIFY(runFit(model));
         model.applyRecipe(UploadRecipe::examples()[0]);
         QCOMPARE(model.readyCount(), 0);
