@@ -7,18 +7,17 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <chrono>
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <functional>
 #include <sstream>
 #include <stdexcept>
+#include <stop_token>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include <vips/vips8>
+
+#include "FitCommand.h"
 
 extern char** environ;
 
@@ -29,10 +28,8 @@ namespace fs = std::filesystem;
 // A fresh folder, removed with everything in it when the test ends.
 class TempFolder {
 public:
-    TempFolder() {
-        std::string pattern = (fs::temp_directory_path() / "parcelo-cli-XXXXXX").string();
-        if (::mkdtemp(pattern.data()) == nullptr) throw std::runtime_error("cannot make a temporary folder");
-        path_ = pattern;
+    TempFolder() : path_((fs::temp_directory_path() / "parcelo-cli-XXXXXX").string()) {
+        if (::mkdtemp(path_.data()) == nullptr) throw std::runtime_error("cannot make a temporary folder");
     }
     ~TempFolder() {
         std::error_code ignored;
@@ -41,19 +38,22 @@ public:
     TempFolder(const TempFolder&) = delete;
     TempFolder& operator=(const TempFolder&) = delete;
 
-    [[nodiscard]] const fs::path& path() const { return path_; }
-    fs::path operator/(const std::string& name) const { return path_ / name; }
+    [[nodiscard]] fs::path path() const { return path_; }
+    fs::path operator/(const std::string& name) const { return path() / name; }
 
 private:
-    fs::path path_;
+    std::string path_;
 };
 
 inline std::string readText(const fs::path& location) {
     std::ifstream in(location, std::ios::binary);
     if (!in) throw std::runtime_error("cannot read " + location.string());
-    std::ostringstream text;
-    text << in.rdbuf();
-    return text.str();
+    return std::string(std::istreambuf_iterator<char>(in), {});
+}
+
+inline void writeFile(const fs::path& location, const std::string& content) {
+    std::ofstream out(location, std::ios::binary);
+    if (!(out << content)) throw std::runtime_error("cannot write " + location.string());
 }
 
 inline std::vector<std::string> linesOf(const std::string& text) {
@@ -61,6 +61,13 @@ inline std::vector<std::string> linesOf(const std::string& text) {
     std::istringstream in(text);
     for (std::string line; std::getline(in, line);) lines.push_back(line);
     return lines;
+}
+
+// The files of a folder, sorted by name.
+inline std::vector<fs::path> filesIn(const fs::path& folder) {
+    std::vector<fs::path> files(fs::directory_iterator(folder), {});
+    std::sort(files.begin(), files.end());
+    return files;
 }
 
 // A photo-like picture: smooth colour ramps with noise, so that its size depends on quality.
@@ -74,37 +81,36 @@ inline void writeImage(const fs::path& location, int width, int height) {
     picture.write_to_file(location.c_str());
 }
 
-inline void writeFile(const fs::path& location, const std::string& content) {
-    std::ofstream out(location, std::ios::binary);
-    if (!out) throw std::runtime_error("cannot write " + location.string());
-    out << content;
+// What runFitCommand printed and returned, run in this process (never on a terminal).
+struct CommandRun {
+    int status = -1;
+    std::string out;
+    std::string err;
+};
+
+inline CommandRun fitCommand(const std::vector<std::string>& arguments, std::stop_token stopToken = {}) {
+    std::ostringstream out;
+    std::ostringstream err;
+    const int status = parcelo::cli::runFitCommand(arguments, {out, err, false}, std::move(stopToken));
+    return {status, out.str(), err.str()};
 }
 
-// The files of a folder by name, for comparing two runs.
-inline std::vector<fs::path> filesIn(const fs::path& folder) {
-    std::vector<fs::path> files;
-    for (const fs::directory_entry& entry : fs::directory_iterator(folder)) files.push_back(entry.path());
-    std::sort(files.begin(), files.end());
-    return files;
-}
-
-// parcelo-fit run as its own process, its output caught in files.
+// parcelo-fit run as its own process, its output caught in files of the scratch folder.
 class FitProcess {
 public:
-    explicit FitProcess(const std::vector<std::string>& arguments, const fs::path& scratch)
+    FitProcess(std::vector<std::string> arguments, const fs::path& scratch)
         : outPath_(scratch / "stdout.txt"), errPath_(scratch / "stderr.txt") {
-        std::vector<std::string> all{PARCELO_FIT_BINARY};
-        all.insert(all.end(), arguments.begin(), arguments.end());
+        arguments.insert(arguments.begin(), PARCELO_FIT_BINARY);
         std::vector<char*> argv;
-        for (std::string& argument : all) argv.push_back(argument.data());
+        for (std::string& argument : arguments) argv.push_back(argument.data());
         argv.push_back(nullptr);
-        posix_spawn_file_actions_t actions;
-        posix_spawn_file_actions_init(&actions);
-        posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, outPath_.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
-        posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, errPath_.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
-        const int failed = ::posix_spawn(&pid_, argv[0], &actions, nullptr, argv.data(), environ);
-        posix_spawn_file_actions_destroy(&actions);
-        if (failed != 0) throw std::runtime_error(std::string("cannot start ") + PARCELO_FIT_BINARY);
+        posix_spawn_file_actions_t files;
+        posix_spawn_file_actions_init(&files);
+        posix_spawn_file_actions_addopen(&files, STDOUT_FILENO, outPath_.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
+        posix_spawn_file_actions_addopen(&files, STDERR_FILENO, errPath_.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
+        const int failed = ::posix_spawn(&pid_, argv[0], &files, nullptr, argv.data(), environ);
+        posix_spawn_file_actions_destroy(&files);
+        if (failed != 0) throw std::runtime_error("cannot start parcelo-fit");
     }
 
     // Waits for the program to end and returns its exit status (128 + signal when killed).
@@ -115,18 +121,6 @@ public:
     }
 
     void signal(int number) const { ::kill(pid_, number); }
-
-    // Waits until standard output holds a line for which `ready` is true.
-    bool waitForOutput(const std::function<bool(const std::string&)>& ready, std::chrono::seconds patience) const {
-        const auto deadline = std::chrono::steady_clock::now() + patience;
-        while (std::chrono::steady_clock::now() < deadline) {
-            for (const std::string& line : linesOf(readText(outPath_)))
-                if (ready(line)) return true;
-            std::this_thread::sleep_for(std::chrono::milliseconds(20));
-        }
-        return false;
-    }
-
     [[nodiscard]] std::string out() const { return readText(outPath_); }
     [[nodiscard]] std::string err() const { return readText(errPath_); }
 
