@@ -48,19 +48,17 @@ TEST(ExactGeometry, DecodeEdgeCoversTheFrameWithAMargin) {
     EXPECT_EQ(upright.decodeEdge, 4'000);
 }
 
-TEST(ExactGeometry, RefusesSourcesTooSmallOnEitherSide) {
+// Sources too small on either side are refused; the processing limit counts decoded pixels.
+TEST(ExactGeometry, RefusesSourcesTooSmallOrTooCostlyToDecode) {
     EXPECT_EQ(exactDecode({1'000, 800}, std::nullopt, {1'200, 600}).verdict, Verdict::sourceTooSmall);
     EXPECT_EQ(exactDecode({4'000, 3'000}, 1, {3'000, 4'000}).verdict, Verdict::sourceTooSmall);
-}
-
-TEST(ExactGeometry, ProcessingLimitCountsDecodedPixels) {
     EXPECT_EQ(exactDecode({20'000, 4'000}, std::nullopt, {4'096, 4'000}).verdict, Verdict::processingLimit);
     // Full height needed, so the whole panorama is decoded: exactly 64 MP passes, one column more fails.
     EXPECT_EQ(exactDecode({16'000, 4'000}, std::nullopt, {4'096, 4'000}).verdict, Verdict::fits);
     EXPECT_EQ(exactDecode({16'001, 4'000}, std::nullopt, {4'096, 4'000}).verdict, Verdict::processingLimit);
 }
 
-TEST(ExactGeometry, CropAnchorMovesTheFrameAcrossTheOverflow) {
+TEST(ExactGeometry, CropAnchorMovesTheFrameAcrossTheOverflowOnly) {
     const PixelSize decoded{3'000, 2'000}, frame{1'000, 1'000};
     const CoverPlacement left = coverPlacement(decoded, frame, {0, 0.5});
     const CoverPlacement right = coverPlacement(decoded, frame, {1, 0.5});
@@ -71,9 +69,7 @@ TEST(ExactGeometry, CropAnchorMovesTheFrameAcrossTheOverflow) {
     EXPECT_EQ(centre.left, 250);
     EXPECT_EQ(centre.top, 0);  // no vertical overflow, so y has no effect
     EXPECT_EQ(coverPlacement(decoded, frame, {0.5, 1}).top, 0);
-}
-
-TEST(ExactGeometry, SameShapeIncludesTheWholeImageWherever) {
+    // The same shape includes the whole image wherever the anchor is.
     for (double x : {0.0, 0.3, 1.0}) {
         const CoverPlacement placement = coverPlacement({2'000, 1'000}, {1'000, 500}, {x, 1 - x});
         EXPECT_EQ(placement.scaled, (PixelSize{1'000, 500}));

@@ -25,17 +25,6 @@ FitSettings exactSettings(std::int64_t width, std::int64_t height, std::int64_t 
     return {bytes, 0, format, width, height};
 }
 
-template <typename Call>
-FitError::Case failureOf(Call&& call) {
-    try {
-        call();
-    } catch (const FitError& error) {
-        return error.errorCase();
-    }
-    ADD_FAILURE() << "expected a FitError";
-    return FitError::Case::invalidSettings;
-}
-
 FitError::Case fitFailure(const std::filesystem::path& path, const FitSettings& settings,
                           CropPosition crop = CropPosition::center()) {
     return failureOf([&] { ImageFitter::fit(path, settings, crop); });
@@ -65,24 +54,18 @@ std::string pngHeaderOnly(std::uint32_t width, std::uint32_t height) {
 
 }  // namespace
 
-TEST(FitValidation, InvalidRequirementsOrCropAreRefusedBeforeReading) {
+// Empty, foreign and damaged files are refused by CorpusFitTest, on real files.
+TEST(FitValidation, BadRequirementsAreRefusedBeforeReadingAndFoldersAreUnreadable) {
     ScratchFolder folder;
     const auto missing = folder / "does-not-exist.jpg";
     EXPECT_EQ(fitFailure(missing, sizeSettings(9'999, 0)), FitError::Case::invalidSettings);
     EXPECT_EQ(fitFailure(missing, sizeSettings(100'000, 0), {1.5, 0.5}), FitError::Case::invalidSettings);
     EXPECT_EQ(fitFailure(missing, sizeSettings(100'000, 0)), FitError::Case::unreadable);
+    EXPECT_EQ(fitFailure(folder.path(), sizeSettings(100'000, 0)), FitError::Case::unreadable);
 }
 
-TEST(FitValidation, FoldersEmptyAndForeignFilesAreUnreadable) {
-    ScratchFolder folder;
-    writeBytes(folder / "empty.png", "");
-    writeBytes(folder / "notes.jpg", "just some text, not a picture at all");
-    save(photoLike(64, 64), folder / "picture.webp");
-    for (const char* name : {"", "empty.png", "notes.jpg", "picture.webp"})
-        EXPECT_EQ(fitFailure(folder / name, sizeSettings(100'000, 0)), FitError::Case::unreadable) << name;
-}
-
-TEST(FitValidation, ByteLimitIsCheckedBeforeTheType) {
+// The byte limit is checked before the type, the pixel limits from the header alone.
+TEST(FitValidation, SafetyLimitsAreCheckedBeforeDecoding) {
     ScratchFolder folder;
     // Sparse files: large on paper, nothing on disk.
     auto sparse = [&](const char* name, std::uintmax_t size) {
@@ -93,10 +76,7 @@ TEST(FitValidation, ByteLimitIsCheckedBeforeTheType) {
     EXPECT_EQ(fitFailure(sparse("huge.bin", 300'000'000), sizeSettings(100'000, 0)), FitError::Case::tooLarge);
     EXPECT_EQ(fitFailure(sparse("limit.bin", 250'000'000), sizeSettings(100'000, 0)), FitError::Case::unreadable);
     EXPECT_EQ(fitFailure(sparse("over.bin", 250'000'001), sizeSettings(100'000, 0)), FitError::Case::tooLarge);
-}
 
-TEST(FitValidation, PixelLimitsComeFromTheHeaderAlone) {
-    ScratchFolder folder;
     writeBytes(folder / "tall.png", pngHeaderOnly(10'000, 10'001));
     writeBytes(folder / "wide.png", pngHeaderOnly(100'001, 1));
     writeBytes(folder / "limit.png", pngHeaderOnly(10'000, 10'000));
@@ -107,35 +87,20 @@ TEST(FitValidation, PixelLimitsComeFromTheHeaderAlone) {
     EXPECT_EQ(failureOf([&] { ImageFitter::preview(folder / "tall.png", 100); }), FitError::Case::tooLarge);
 }
 
-TEST(FitValidation, MultiPageTiffIsRefusedAndSinglePageAccepted) {
-    ScratchFolder folder;
-    const VImage page = photoLike(200, 100);
-    VImage twoPages = page.join(page, VIPS_DIRECTION_VERTICAL).copy();
-    twoPages.set("page-height", 100);
-    save(twoPages, folder / "two.tif");
-    save(page, folder / "one.tif");
-    EXPECT_EQ(fitFailure(folder / "two.tif", sizeSettings(100'000, 0)), FitError::Case::multipleFrames);
-    EXPECT_NO_THROW(ImageFitter::fit(folder / "one.tif", sizeSettings(100'000, 0), CropPosition::center()));
-}
-
-TEST(SizeSearch, TakesTheFirstQualityAtOnceWhenItFits) {
-    ScratchFolder folder;
-    const auto source = save(photoLike(800, 600), folder / "photo.png");
-    const FitResult roomy = ImageFitter::fit(source, sizeSettings(25'000'000, 0), CropPosition::center());
-    EXPECT_EQ(roomy.fileExtension, "jpg");
-    EXPECT_EQ(sizeOf(roomy), Size(800, 600));
-    // The 0.94 copy fits a limit of exactly its own size, and is the very same file.
-    const auto exactLimit = static_cast<std::int64_t>(roomy.data.size());
-    const FitResult tight = ImageFitter::fit(source, sizeSettings(exactLimit, 0), CropPosition::center());
-    EXPECT_EQ(tight.data, roomy.data);
-    EXPECT_EQ(detail::encode(load(source), false, 0.94), roomy.data);
-}
-
-TEST(SizeSearch, BisectsQualityBeforeShrinking) {
+TEST(SizeSearch, HighestQualityThatFitsAtFullSizeNeverEnlarged) {
     ScratchFolder folder;
     const auto source = save(photoLike(800, 600), folder / "photo.png");
     const VImage pixels = load(source);
-    const auto best = detail::encode(pixels, false, 0.94).size();
+    const FitResult roomy = ImageFitter::fit(source, sizeSettings(25'000'000, 2'000), CropPosition::center());
+    EXPECT_EQ(roomy.fileExtension, "jpg");
+    EXPECT_EQ(sizeOf(roomy), Size(800, 600));
+    EXPECT_EQ(sizeOf(ImageFitter::fit(source, sizeSettings(25'000'000, 400), {})), Size(400, 300));
+    // The 0.94 copy fits a limit of exactly its own size, and is the very same file.
+    EXPECT_EQ(detail::encode(pixels, false, 0.94), roomy.data);
+    const auto best = roomy.data.size();
+    EXPECT_EQ(ImageFitter::fit(source, sizeSettings(static_cast<std::int64_t>(best), 0), {}).data, roomy.data);
+
+    // Below that, quality is bisected before any shrinking.
     const auto floor = detail::encode(pixels, false, 0.45).size();
     ASSERT_LT(floor + 2'000, best) << "the test image must respond to quality";
     const auto limit = static_cast<std::int64_t>((best + floor) / 2);
@@ -153,26 +118,6 @@ TEST(SizeSearch, BisectsQualityBeforeShrinking) {
     EXPECT_GT(static_cast<std::int64_t>(detail::encode(pixels, false, (chosen + 1) / 100.0).size()), limit);
 }
 
-TEST(SizeSearch, ShrinksByFourFifthsUntilTheCopyFits) {
-    ScratchFolder folder;
-    const auto source = save(photoLike(1'000, 500), folder / "photo.png");
-    const FitResult result = ImageFitter::fit(source, sizeSettings(20'000, 0), CropPosition::center());
-    EXPECT_LE(result.data.size(), 20'000u);
-    // Sizes tried: 1000×500, 800×400, 640×320, 512×256, 409×204, …
-    Size size{1'000, 500};
-    while (size.first > result.width) size = {size.first * 4 / 5, size.second * 4 / 5};
-    EXPECT_EQ(sizeOf(result), size);
-}
-
-TEST(SizeSearch, NeverEnlargesAndHonoursTheEdgeLimit) {
-    ScratchFolder folder;
-    const auto source = save(photoLike(1'200, 800), folder / "photo.jpg");
-    const FitResult original = ImageFitter::fit(source, sizeSettings(25'000'000, 0), CropPosition::center());
-    EXPECT_EQ(sizeOf(original), Size(1'200, 800));
-    const FitResult bounded = ImageFitter::fit(source, sizeSettings(25'000'000, 600), CropPosition::center());
-    EXPECT_EQ(sizeOf(bounded), Size(600, 400));
-}
-
 TEST(SizeSearch, UnreachableWhenEvenTheSmallestUsefulSizeIsTooBig) {
     ScratchFolder folder;
     // Noise doesn't compress: no PNG of 64 × 64 or more fits 10 KB.
@@ -180,6 +125,7 @@ TEST(SizeSearch, UnreachableWhenEvenTheSmallestUsefulSizeIsTooBig) {
     EXPECT_EQ(fitFailure(square, sizeSettings(10'000, 0, OutputFormat::png)), FitError::Case::targetUnreachable);
 }
 
+// Automatic turns to PNG for one pixel below opaque; a PNG of an opaque image has no alpha.
 TEST(Transparency, OnePixelBelowOpaqueMakesAutomaticChoosePNG) {
     ScratchFolder folder;
     VImage opaque = flat(300, 200, {200, 30, 30, 255});
@@ -192,8 +138,10 @@ TEST(Transparency, OnePixelBelowOpaqueMakesAutomaticChoosePNG) {
     const FitResult kept = ImageFitter::fit(folder / "one-pixel.png", automatic, {});
     EXPECT_EQ(kept.fileExtension, "png");
     EXPECT_EQ(loadBytes(kept.data).bands(), 4);
-    EXPECT_FALSE(detail::containsTransparency(load(folder / "opaque.png")));
     EXPECT_FALSE(detail::containsTransparency(flat(10, 10, {1, 2, 3})));
+    const FitResult png = ImageFitter::fit(folder / "opaque.png", sizeSettings(1'000'000, 0, OutputFormat::png), {});
+    EXPECT_EQ(png.fileExtension, "png");
+    EXPECT_EQ(loadBytes(png.data).bands(), 3);
 }
 
 TEST(Transparency, JpegFlattensOntoWhiteAndPngKeepsAlpha) {
@@ -213,14 +161,6 @@ TEST(Transparency, JpegFlattensOntoWhiteAndPngKeepsAlpha) {
     ASSERT_EQ(kept.bands(), 4);
     EXPECT_EQ(kept.extract_area(10, 10, 30, 80)[3].max(), 0.0);
     EXPECT_EQ(kept.extract_area(150, 10, 30, 80)[3].min(), 255.0);
-}
-
-TEST(Transparency, PngOfAnOpaqueImageHasNoAlphaChannel) {
-    ScratchFolder folder;
-    save(flat(120, 80, {10, 200, 10, 255}), folder / "opaque-alpha.png");
-    const FitResult png = ImageFitter::fit(folder / "opaque-alpha.png", sizeSettings(100'000, 0, OutputFormat::png), {});
-    EXPECT_EQ(png.fileExtension, "png");
-    EXPECT_EQ(loadBytes(png.data).bands(), 3);
 }
 
 TEST(ExactSearch, CutsTheFrameWhereTheAnchorSays) {
@@ -296,33 +236,31 @@ TEST(Verify, ChecksBytesPixelsAndFormatAgainstTheRequirements) {
     save(photoLike(800, 600), folder / "photo.png");
     const FitResult jpeg = ImageFitter::fit(folder / "photo.png", sizeSettings(1'000'000, 0), {});
     const auto size = static_cast<std::int64_t>(jpeg.data.size());
-    EXPECT_NO_THROW(ImageFitter::verify(jpeg, sizeSettings(size, 0)));
-    auto verifyFailure = [](const FitResult& result, const FitSettings& settings) {
-        return failureOf([&] { ImageFitter::verify(result, settings); });
+    auto rejects = [](const FitResult& result, const FitSettings& settings) {
+        return failureOf([&] { ImageFitter::verify(result, settings); }) == FitError::Case::verificationFailed;
     };
-    EXPECT_EQ(verifyFailure(jpeg, sizeSettings(size - 1, 0)), FitError::Case::verificationFailed);
-    EXPECT_EQ(verifyFailure(jpeg, sizeSettings(size, 700)), FitError::Case::verificationFailed);
+    EXPECT_NO_THROW(ImageFitter::verify(jpeg, sizeSettings(size, 0)));
     EXPECT_NO_THROW(ImageFitter::verify(jpeg, sizeSettings(size, 800)));
-    EXPECT_EQ(verifyFailure(jpeg, sizeSettings(size, 0, OutputFormat::png)), FitError::Case::verificationFailed);
-    EXPECT_EQ(verifyFailure(jpeg, sizeSettings(5, 0)), FitError::Case::verificationFailed);
+    EXPECT_TRUE(rejects(jpeg, sizeSettings(size - 1, 0)));
+    EXPECT_TRUE(rejects(jpeg, sizeSettings(size, 700)));
+    EXPECT_TRUE(rejects(jpeg, sizeSettings(size, 0, OutputFormat::png)));
+    EXPECT_TRUE(rejects(jpeg, sizeSettings(5, 0)));
 
     FitResult png = ImageFitter::fit(folder / "photo.png", sizeSettings(25'000'000, 0, OutputFormat::png), {});
     EXPECT_NO_THROW(ImageFitter::verify(png, sizeSettings(25'000'000, 0)));
-    EXPECT_EQ(verifyFailure(png, sizeSettings(25'000'000, 0, OutputFormat::jpeg)), FitError::Case::verificationFailed);
+    EXPECT_TRUE(rejects(png, sizeSettings(25'000'000, 0, OutputFormat::jpeg)));
     png.fileExtension = "jpg";
-    EXPECT_EQ(verifyFailure(png, sizeSettings(25'000'000, 0)), FitError::Case::verificationFailed);
+    EXPECT_TRUE(rejects(png, sizeSettings(25'000'000, 0)));
 
-    FitResult wrongSize = jpeg;
+    FitResult wrongSize = jpeg, garbage = jpeg;
     wrongSize.width = 799;
-    EXPECT_EQ(verifyFailure(wrongSize, sizeSettings(1'000'000, 0)), FitError::Case::verificationFailed);
-    FitResult garbage = jpeg;
     garbage.data.resize(40);
-    EXPECT_EQ(verifyFailure(garbage, sizeSettings(1'000'000, 0)), FitError::Case::verificationFailed);
-    EXPECT_EQ(verifyFailure(FitResult{}, sizeSettings(1'000'000, 0)), FitError::Case::verificationFailed);
+    for (const FitResult& broken : {wrongSize, garbage, FitResult{}})
+        EXPECT_TRUE(rejects(broken, sizeSettings(1'000'000, 0))) << broken.width << " px, " << broken.data.size();
 
     const FitResult exact = ImageFitter::fit(folder / "photo.png", exactSettings(800, 600), {});
     EXPECT_NO_THROW(ImageFitter::verify(exact, exactSettings(800, 600)));
-    EXPECT_EQ(verifyFailure(exact, exactSettings(600, 800)), FitError::Case::verificationFailed);
+    EXPECT_TRUE(rejects(exact, exactSettings(600, 800)));
 }
 
 TEST(Preview, SizeIsClampedAndNeverEnlarged) {

@@ -4,48 +4,42 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cstdlib>
 #include <fstream>
+#include <set>
 #include <stdexcept>
 #include <string>
 
 #include <gtest/gtest.h>
 
 #include "FitError.h"
+#include "TestImages.h"
 
 namespace parcelo {
 namespace {
 
 namespace fs = std::filesystem;
+using Names = std::vector<std::string>;
+using Paths = std::vector<fs::path>;
 
 constexpr std::int64_t kNoLimit = 1'000'000;
 
-// A fresh folder for one test, removed afterwards.
+// A fresh folder for one test; folders locked by the test are opened again before it goes.
 class ImageImportTest : public ::testing::Test {
 protected:
-    void SetUp() override {
-        std::string pattern = (fs::temp_directory_path() / "parcelo-import-XXXXXX").string();
-        ASSERT_NE(::mkdtemp(pattern.data()), nullptr) << "cannot make a temporary folder";
-        root_ = pattern;
-    }
-
     void TearDown() override {
         std::error_code ignored;
         for (const fs::path& folder : lockedFolders_) fs::permissions(folder, fs::perms::owner_all, ignored);
-        fs::remove_all(root_, ignored);
     }
 
     fs::path folder(const std::string& name) {
-        const fs::path location = root_ / name;
-        fs::create_directories(location);
-        return location;
+        fs::create_directories(root_ / name);
+        return root_ / name;
     }
 
     fs::path file(const std::string& name) {
         const fs::path location = root_ / name;
         fs::create_directories(location.parent_path());
-        std::ofstream out(location);
-        if (!out) throw std::runtime_error("cannot create " + location.string());
+        if (!std::ofstream(location)) throw std::runtime_error("cannot create " + location.string());
         return location;
     }
 
@@ -54,112 +48,77 @@ protected:
         fs::permissions(location, keep);
     }
 
-    fs::path root_;
+    test::ScratchFolder scratch_;
+    const fs::path root_ = scratch_.path();
     std::vector<fs::path> lockedFolders_;
 };
 
-std::vector<std::string> names(const ImportSelection& selection) {
-    std::vector<std::string> result;
+Names names(const ImportSelection& selection) {
+    Names result;
     for (const fs::path& location : selection.urls) result.push_back(location.filename().string());
     return result;
 }
 
-using Names = std::vector<std::string>;
+Names sorted(Names list) {
+    std::sort(list.begin(), list.end());
+    return list;
+}
 
-// --- What a folder yields ---------------------------------------------------------------
+// --- What a selection yields ----------------------------------------------------------------
 
-TEST_F(ImageImportTest, EmptySelectionYieldsAnEmptyResult) {
-    const ImportSelection selection = ImageImport::expand({}, {}, kNoLimit);
-    EXPECT_TRUE(selection.urls.empty());
-    EXPECT_EQ(selection.skipped, 0);
+TEST_F(ImageImportTest, NothingNamedYieldsNothing) {
+    EXPECT_EQ(ImageImport::expand({}, {}, kNoLimit), ImportSelection{});
+    EXPECT_EQ(ImageImport::expand({fs::path()}, {}, kNoLimit), ImportSelection{});
+}
+
+// Subfolders are walked and not counted; hidden entries are neither returned nor counted;
+// other extensions, links and special files are skipped and counted.
+TEST_F(ImageImportTest, FolderYieldsItsImagesInEveryExtensionAndCase) {
+    const fs::path photos = folder("photos");
+    Names expected{"beach.jpg", "city.png"};
+    for (std::string_view extension : ImageImport::kExtensions) {
+        std::string upper(extension);
+        std::transform(upper.begin(), upper.end(), upper.begin(), [](char c) { return static_cast<char>(c - 32); });
+        expected.push_back(file("photos/lower." + std::string(extension)).filename().string());
+        expected.push_back(file("photos/UPPER." + upper).filename().string());
+    }
+    file("photos/2023/summer/beach.jpg");
+    file("photos/2024/city.png");
+    for (const char* name :
+         {"notes.txt", "README", "trailing-dot.", ".secret.jpg", ".cache/inside.jpg", ".cache/notes.txt"})
+        file(std::string("photos/") + name);
+    fs::create_symlink(photos / "2024/city.png", photos / "link.jpg");
+    fs::create_directory_symlink(root_, photos / "loop");
+    ASSERT_EQ(::mkfifo((photos / "pipe.jpg").c_str(), 0600), 0) << "cannot make a named pipe";
+
+    const ImportSelection selection = ImageImport::expand({photos}, {}, kNoLimit);
+    EXPECT_EQ(sorted(names(selection)), sorted(expected));
+    EXPECT_EQ(selection.skipped, 6);  // notes.txt, README, trailing-dot., link.jpg, loop, pipe.jpg
     EXPECT_EQ(selection.unreadable, 0);
     EXPECT_FALSE(selection.stoppedAtLimit);
 }
 
-TEST_F(ImageImportTest, EveryExtensionIsFoundInAnyCase) {
+// A file named directly is taken whatever its extension, hidden or missing, once, in standard
+// form; a named link is skipped and a linked folder not walked; excluded images never return.
+TEST_F(ImageImportTest, NamedFilesAreTakenOnceAndLinksSkipped) {
     const fs::path photos = folder("photos");
-    for (std::string_view extension : ImageImport::kExtensions) {
-        file("photos/lower." + std::string(extension));
-        std::string upper(extension);
-        std::transform(upper.begin(), upper.end(), upper.begin(), [](char c) { return static_cast<char>(c - 32); });
-        file("photos/UPPER." + upper);
-    }
-    const ImportSelection selection = ImageImport::expand({photos}, {}, kNoLimit);
-    EXPECT_EQ(selection.urls.size(), 2 * ImageImport::kExtensions.size());
-    EXPECT_EQ(selection.skipped, 0);
-}
-
-TEST_F(ImageImportTest, SubfoldersAreWalkedAndNotCounted) {
-    const fs::path photos = folder("photos");
-    file("photos/2023/summer/beach.jpg");
-    file("photos/2024/city.png");
-    const ImportSelection selection = ImageImport::expand({photos}, {}, kNoLimit);
-    EXPECT_EQ(names(selection), (Names{"beach.jpg", "city.png"}));
-    EXPECT_EQ(selection.skipped, 0);
-    EXPECT_EQ(selection.unreadable, 0);
-}
-
-TEST_F(ImageImportTest, UnsupportedFilesLinksAndSpecialFilesAreSkipped) {
-    const fs::path photos = folder("photos");
-    file("photos/a.jpg");
-    file("photos/notes.txt");
-    file("photos/README");
-    file("photos/trailing-dot.");
-    fs::create_symlink(photos / "a.jpg", photos / "link.jpg");
-    fs::create_directory_symlink(root_, photos / "loop");
-    ASSERT_EQ(::mkfifo((photos / "pipe.jpg").c_str(), 0600), 0) << "cannot make a named pipe";
-    const ImportSelection selection = ImageImport::expand({photos}, {}, kNoLimit);
-    EXPECT_EQ(names(selection), (Names{"a.jpg"}));
-    EXPECT_EQ(selection.skipped, 6);
-}
-
-TEST_F(ImageImportTest, HiddenEntriesAreNeitherReturnedNorCounted) {
-    const fs::path photos = folder("photos");
-    file("photos/visible.jpg");
-    file("photos/.secret.jpg");
-    file("photos/.cache/inside.jpg");
-    file("photos/.cache/notes.txt");
-    const ImportSelection selection = ImageImport::expand({photos}, {}, kNoLimit);
-    EXPECT_EQ(names(selection), (Names{"visible.jpg"}));
-    EXPECT_EQ(selection.skipped, 0);
-}
-
-// --- What the user named directly ---------------------------------------------------------
-
-TEST_F(ImageImportTest, FileNamedDirectlyIsTakenWhateverItsExtension) {
-    const fs::path photos = folder("photos");
-    file("photos/a.jpg");
+    const fs::path a = file("photos/a.jpg");
+    const fs::path b = file("photos/b.jpg");
+    const fs::path inBatch = file("photos/c.jpg");
     const fs::path notes = file("notes.txt");
     const fs::path hidden = file(".hidden.png");
-    const ImportSelection selection = ImageImport::expand({photos, notes, hidden}, {}, kNoLimit);
-    EXPECT_EQ(selection.urls, (std::vector<fs::path>{hidden, notes, photos / "a.jpg"}));
-    EXPECT_EQ(selection.skipped, 0);
-}
-
-TEST_F(ImageImportTest, MissingFileNamedDirectlyIsStillTaken) {
     const fs::path missing = root_ / "gone.jpg";
-    const ImportSelection selection = ImageImport::expand({missing}, {}, kNoLimit);
-    EXPECT_EQ(selection.urls, (std::vector<fs::path>{missing}));
+    fs::create_directory_symlink(photos, root_ / "shortcut");
+    fs::create_symlink(a, root_ / "alias.jpg");
+
+    const ImportSelection selection = ImageImport::expand(
+        {root_ / "photos/./x/../a.jpg", notes, hidden, missing, inBatch, photos, a, root_ / "photos/../photos/b.jpg",
+         root_ / "shortcut", root_ / "shortcut/", root_ / "alias.jpg"},
+        {inBatch}, kNoLimit);
+    EXPECT_EQ(selection.urls, (Paths{hidden, missing, notes, a, b}));
+    EXPECT_EQ(selection.skipped, 3);  // shortcut, shortcut/ and alias.jpg
     EXPECT_EQ(selection.unreadable, 0);
 }
-
-TEST_F(ImageImportTest, LinkNamedDirectlyIsSkippedAndLinkedFolderNotWalked) {
-    const fs::path photos = folder("photos");
-    file("photos/a.jpg");
-    fs::create_directory_symlink(photos, root_ / "shortcut");
-    fs::create_symlink(photos / "a.jpg", root_ / "alias.jpg");
-    const ImportSelection selection =
-        ImageImport::expand({root_ / "shortcut", root_ / "shortcut/", root_ / "alias.jpg"}, {}, kNoLimit);
-    EXPECT_TRUE(selection.urls.empty());
-    EXPECT_EQ(selection.skipped, 3);
-}
-
-TEST_F(ImageImportTest, EmptyLocationNamesNothing) {
-    const ImportSelection selection = ImageImport::expand({fs::path()}, {}, kNoLimit);
-    EXPECT_EQ(selection, ImportSelection{});
-}
-
-// --- Identity and duplicates ----------------------------------------------------------------
 
 TEST_F(ImageImportTest, StandardizedFormIsAbsoluteWithoutDotsAndKeepsLinks) {
     EXPECT_EQ(ImageImport::standardized("/a/./b/../c.jpg"), fs::path("/a/c.jpg"));
@@ -167,201 +126,105 @@ TEST_F(ImageImportTest, StandardizedFormIsAbsoluteWithoutDotsAndKeepsLinks) {
     EXPECT_EQ(ImageImport::standardized("/"), fs::path("/"));
     EXPECT_EQ(ImageImport::standardized("x.jpg"), fs::current_path() / "x.jpg");
 
-    const fs::path photos = folder("photos");
-    fs::create_directory_symlink(photos, root_ / "shortcut");
+    fs::create_directory_symlink(folder("photos"), root_ / "shortcut");
     EXPECT_EQ(ImageImport::standardized(root_ / "shortcut/./a.jpg"), root_ / "shortcut/a.jpg");
-}
-
-TEST_F(ImageImportTest, FileNamedWithDotsIsReturnedInStandardForm) {
-    const fs::path photo = file("photos/a.jpg");
-    const ImportSelection selection = ImageImport::expand({root_ / "photos/./x/../a.jpg"}, {}, kNoLimit);
-    EXPECT_EQ(selection.urls, (std::vector<fs::path>{photo}));
-}
-
-TEST_F(ImageImportTest, FileNamedTwiceIsReturnedOnceAndNotCounted) {
-    const fs::path photos = folder("photos");
-    const fs::path photo = file("photos/a.jpg");
-    file("photos/b.jpg");
-    const ImportSelection selection = ImageImport::expand({photos, photo, root_ / "photos/../photos/a.jpg"}, {}, kNoLimit);
-    EXPECT_EQ(names(selection), (Names{"a.jpg", "b.jpg"}));
-    EXPECT_EQ(selection.skipped, 0);
-}
-
-TEST_F(ImageImportTest, ExcludedImagesAreNotReturned) {
-    const fs::path photos = folder("photos");
-    const fs::path inBatch = file("photos/a.jpg");
-    file("photos/b.jpg");
-    const ImportSelection selection = ImageImport::expand({photos, inBatch}, {inBatch}, kNoLimit);
-    EXPECT_EQ(names(selection), (Names{"b.jpg"}));
-    EXPECT_EQ(selection.skipped, 0);
 }
 
 // --- Order -----------------------------------------------------------------------------------
 
-TEST_F(ImageImportTest, NamesSortCaseInsensitivelyWithNumbersByValue) {
-    const fs::path photos = folder("photos");
-    for (const char* name : {"b.png", "img10.jpg", "a.JPG", "img2.jpg"}) file(std::string("photos/") + name);
-    const ImportSelection selection = ImageImport::expand({photos}, {}, kNoLimit);
-    EXPECT_EQ(names(selection), (Names{"a.JPG", "b.png", "img2.jpg", "img10.jpg"}));
-}
+TEST_F(ImageImportTest, WholePathsSortCaseInsensitivelyWithNumbersByValue) {
+    // Byte order would put B before a, 10 before 2 and 10 before 9.
+    const fs::path second = folder("B-folder");
+    const fs::path first = folder("a-folder");
+    for (const char* name : {"B-folder/1.jpg", "a-folder/sub10/x.jpg", "a-folder/sub9/x.jpg", "a-folder/B.png",
+                             "a-folder/img10.jpg", "a-folder/a.JPG", "a-folder/img2.jpg", "a-folder/9.jpg"})
+        file(name);
+    EXPECT_EQ(ImageImport::expand({second, first}, {}, kNoLimit).urls,
+              (Paths{first / "9.jpg", first / "a.JPG", first / "B.png", first / "img2.jpg", first / "img10.jpg",
+                     first / "sub9/x.jpg", first / "sub10/x.jpg", second / "1.jpg"}));
 
-TEST_F(ImageImportTest, WholePathsAreSortedAcrossTheSelection) {
-    const fs::path second = folder("b-folder");
-    const fs::path first = folder("A-folder");
-    file("b-folder/1.jpg");
-    file("A-folder/9.jpg");
-    file("A-folder/sub10/x.jpg");
-    file("A-folder/sub9/x.jpg");
-    const ImportSelection selection = ImageImport::expand({second, first}, {}, kNoLimit);
-    EXPECT_EQ(selection.urls, (std::vector<fs::path>{first / "9.jpg", first / "sub9/x.jpg",
-                                                     first / "sub10/x.jpg", second / "1.jpg"}));
-}
-
-TEST_F(ImageImportTest, LocalizedStandardCompareIgnoresCaseAndReadsNumbers) {
     EXPECT_EQ(ImageImport::localizedStandardCompare("/p/IMG.jpg", "/p/img.JPG"), 0);
-    EXPECT_LT(ImageImport::localizedStandardCompare("/p/img2.jpg", "/p/img10.jpg"), 0);
     EXPECT_GT(ImageImport::localizedStandardCompare("/p/img010.jpg", "/p/img9.jpg"), 0);
-    EXPECT_LT(ImageImport::localizedStandardCompare("/p/a.jpg", "/p/B.jpg"), 0);
     EXPECT_LT(ImageImport::localizedStandardCompare("/p/\xc3\xa9t\xc3\xa9.jpg", "/p/f.jpg"), 0);  // "été" before "f"
-}
 
-TEST_F(ImageImportTest, NamesThatCompareEqualKeepTheirFoundOrder) {
+    // Names that compare equal keep the order they were found in.
     const fs::path upper = file("IMG.jpg");
     const fs::path lower = file("img.jpg");
-    EXPECT_EQ(ImageImport::expand({upper, lower}, {}, kNoLimit).urls, (std::vector<fs::path>{upper, lower}));
-    EXPECT_EQ(ImageImport::expand({lower, upper}, {}, kNoLimit).urls, (std::vector<fs::path>{lower, upper}));
+    EXPECT_EQ(ImageImport::expand({upper, lower}, {}, kNoLimit).urls, (Paths{upper, lower}));
+    EXPECT_EQ(ImageImport::expand({lower, upper}, {}, kNoLimit).urls, (Paths{lower, upper}));
 }
 
 // --- The batch limit -------------------------------------------------------------------------
 
-TEST_F(ImageImportTest, LimitZeroStopsAtTheFirstNewImage) {
+// Past the limit the scan stops at once with limit + 1 images, unsorted, in walk order.
+TEST_F(ImageImportTest, LimitStopsOneNewImagePastIt) {
     const fs::path photos = folder("photos");
-    file("photos/new.jpg");
-    const ImportSelection selection = ImageImport::expand({photos}, {}, 0);
-    EXPECT_EQ(names(selection), (Names{"new.jpg"}));
-    EXPECT_TRUE(selection.stoppedAtLimit);
-}
-
-TEST_F(ImageImportTest, LimitZeroWithOnlyExcludedImagesFindsNothing) {
-    const fs::path photos = folder("photos");
-    const fs::path old = file("photos/old.jpg");
-    const ImportSelection selection = ImageImport::expand({photos}, {old}, 0);
-    EXPECT_TRUE(selection.urls.empty());
-    EXPECT_FALSE(selection.stoppedAtLimit);
-}
-
-TEST_F(ImageImportTest, LimitStopsOneImagePastItInWalkOrder) {
-    const fs::path photos = folder("photos");
+    Paths walkOrder;
     for (const char* name : {"e.jpg", "d.jpg", "c.jpg", "b.jpg", "a.jpg"}) file(std::string("photos/") + name);
-    std::vector<fs::path> walkOrder;
     for (const fs::directory_entry& entry : fs::directory_iterator(photos)) walkOrder.push_back(entry.path());
-    walkOrder.resize(3);
+    const std::set<fs::path> allButLast(walkOrder.begin(), walkOrder.end() - 1);
+    const std::set<fs::path> all(walkOrder.begin(), walkOrder.end());
 
-    const ImportSelection selection = ImageImport::expand({photos}, {}, 2);
-    EXPECT_EQ(selection.urls, walkOrder);
-    EXPECT_TRUE(selection.stoppedAtLimit);
-}
-
-TEST_F(ImageImportTest, ExactlyLimitImagesFitWithoutStopping) {
-    const fs::path photos = folder("photos");
-    file("photos/a.jpg");
-    file("photos/b.jpg");
-    const ImportSelection selection = ImageImport::expand({photos}, {}, 2);
-    EXPECT_EQ(names(selection), (Names{"a.jpg", "b.jpg"}));
-    EXPECT_FALSE(selection.stoppedAtLimit);
+    struct Case { std::int64_t limit; std::set<fs::path> excluding; Paths urls; bool stopped; };
+    const Case cases[] = {
+        {0, all, {}, false},
+        {0, allButLast, {walkOrder.back()}, true},  // excluded images do not count
+        {2, {}, Paths(walkOrder.begin(), walkOrder.begin() + 3), true},
+        {4, {}, walkOrder, true},
+        {5, {}, {photos / "a.jpg", photos / "b.jpg", photos / "c.jpg", photos / "d.jpg", photos / "e.jpg"}, false},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE("limit " + std::to_string(c.limit) + ", excluding " + std::to_string(c.excluding.size()));
+        const ImportSelection selection = ImageImport::expand({photos}, c.excluding, c.limit);
+        EXPECT_EQ(selection.urls, c.urls);
+        EXPECT_EQ(selection.stoppedAtLimit, c.stopped);
+    }
 }
 
 // --- The entry cap ---------------------------------------------------------------------------
 
-// Fills a tree with `entries` entries in all: one subfolder, the rest files split between it
-// and the top folder. Hidden files are added too, since they never count.
-fs::path makeTree(const fs::path& root, std::int64_t entries) {
-    const fs::path tree = root / "tree";
-    fs::create_directories(tree / "sub");
-    std::ofstream(tree / ".hidden.jpg").put('x');
-    for (std::int64_t i = 1; i < entries; ++i) {
-        const fs::path location = (i % 2 == 0 ? tree : tree / "sub") / ("f" + std::to_string(i) + ".txt");
-        std::ofstream out(location);
-        if (!out) throw std::runtime_error("cannot create " + location.string());
-    }
-    return tree;
-}
+TEST_F(ImageImportTest, TwentyThousandEntriesAreExaminedAndOneMoreFailsTheWholeSelection) {
+    // 20,000 entries: one subfolder and 19,999 files split between it and the top folder,
+    // plus a hidden file, which never counts.
+    const fs::path tree = folder("tree/sub").parent_path();
+    file("tree/.hidden.jpg");
+    for (std::int64_t i = 1; i < ImageImport::kMaxExaminedEntries; ++i)
+        file((i % 2 == 0 ? "tree/f" : "tree/sub/f") + std::to_string(i) + ".txt");
+    EXPECT_EQ(ImageImport::expand({tree}, {}, kNoLimit).skipped, ImageImport::kMaxExaminedEntries - 1);
 
-TEST_F(ImageImportTest, TwentyThousandEntriesAreExamined) {
-    const fs::path tree = makeTree(root_, ImageImport::kMaxExaminedEntries);
-    const ImportSelection selection = ImageImport::expand({tree}, {}, kNoLimit);
-    EXPECT_EQ(selection.skipped, ImageImport::kMaxExaminedEntries - 1);  // every file but the subfolder
-}
-
-TEST_F(ImageImportTest, OneEntryMoreFailsTheWholeSelection) {
-    const fs::path tree = makeTree(root_, ImageImport::kMaxExaminedEntries);
-    const fs::path extra = file("extra.jpg");
     try {
-        ImageImport::expand({extra, tree}, {}, kNoLimit);
-        FAIL() << "a selection of 20,001 entries was expanded";
+        ImageImport::expand({file("extra.jpg"), tree}, {}, kNoLimit);
+        ADD_FAILURE() << "a selection of 20,001 entries was expanded";
     } catch (const TooManyEntriesError& error) {
         EXPECT_STREQ(error.what(),
                      "This folder has more than 20,000 entries. Choose a smaller folder. No images were added.");
     }
-}
-
-TEST_F(ImageImportTest, DuplicatesStillCountAsExamined) {
-    const fs::path tree = makeTree(root_, ImageImport::kMaxExaminedEntries);
+    // A file named and then met again inside the folder counts twice.
     EXPECT_THROW(ImageImport::expand({tree / "f2.txt", tree}, {}, kNoLimit), TooManyEntriesError);
 }
 
 // --- Unreadable folders ---------------------------------------------------------------------
 
-// Permissions stop nobody when the tests run as the superuser; such a run cannot check this.
-#define REQUIRE_PERMISSIONS_ENFORCED(folder)                                                      \
-    do {                                                                                           \
-        std::error_code probe;                                                                     \
-        fs::directory_iterator opened(folder, probe);                                              \
-        if (!probe)                                                                                \
-            GTEST_SKIP() << "running as a user whom permissions do not stop (root?) - "            \
-                            "unreadable-folder behaviour NOT checked";                             \
-    } while (0)
-
-TEST_F(ImageImportTest, SubfolderWithoutReadPermissionCountsAsUnreadable) {
+TEST_F(ImageImportTest, FoldersThatCannotBeOpenedAreUnreadableAndEntriesThatCannotBeReadSkipped) {
     const fs::path photos = folder("photos");
-    file("photos/a.jpg");
-    file("photos/z/b.jpg");
-    file("photos/private/secret.jpg");
-    lock(photos / "private", fs::perms::none);
-    REQUIRE_PERMISSIONS_ENFORCED(photos / "private");
-
-    const ImportSelection selection = ImageImport::expand({photos}, {}, kNoLimit);
-    EXPECT_EQ(names(selection), (Names{"a.jpg", "b.jpg"}));
-    EXPECT_EQ(selection.unreadable, 1);
-    EXPECT_EQ(selection.skipped, 0);
-}
-
-TEST_F(ImageImportTest, NamedFolderThatCannotBeOpenedCountsAsUnreadable) {
     const fs::path locked = folder("locked");
-    file("locked/a.jpg");
+    for (const char* name : {"photos/a.jpg", "photos/z/b.jpg", "photos/private/secret.jpg", "photos/listable/c.jpg",
+                             "photos/listable/d.jpg", "locked/e.jpg"})
+        file(name);
+    lock(photos / "private", fs::perms::none);
     lock(locked, fs::perms::none);
-    REQUIRE_PERMISSIONS_ENFORCED(locked);
-
-    const ImportSelection selection = ImageImport::expand({locked}, {}, kNoLimit);
-    EXPECT_TRUE(selection.urls.empty());
-    EXPECT_EQ(selection.unreadable, 1);
-}
-
-TEST_F(ImageImportTest, EntriesWhosePropertiesCannotBeReadAreSkipped) {
-    const fs::path photos = folder("photos");
-    file("photos/listable/a.jpg");
-    file("photos/listable/b.jpg");
     lock(photos / "listable", fs::perms::owner_read);  // names can be listed, not looked up
-    if (::access((photos / "listable/a.jpg").c_str(), F_OK) == 0)
+    std::error_code refused;
+    const fs::directory_iterator probe(locked, refused);
+    if (!refused)
         GTEST_SKIP() << "running as a user whom permissions do not stop (root?) - "
-                        "unreadable-entry behaviour NOT checked";
+                        "unreadable-folder behaviour NOT checked";
 
-    const ImportSelection selection = ImageImport::expand({photos}, {}, kNoLimit);
-    EXPECT_TRUE(selection.urls.empty());
-    EXPECT_EQ(selection.skipped, 2);
+    const ImportSelection selection = ImageImport::expand({photos, locked}, {}, kNoLimit);
+    EXPECT_EQ(names(selection), (Names{"a.jpg", "b.jpg"}));
+    EXPECT_EQ(selection.unreadable, 2);  // photos/private and locked
+    EXPECT_EQ(selection.skipped, 2);     // c.jpg and d.jpg
 }
-
-// --- Cancellation ----------------------------------------------------------------------------
 
 TEST_F(ImageImportTest, CancelledScanEndsWithCancellation) {
     file("photos/a.jpg");

@@ -3,12 +3,14 @@
 #include <cstdint>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <string>
 #include <vector>
 
 #include <gtest/gtest.h>
 #include <vips/vips8>
 
+#include "FitError.h"
 #include "VipsRuntime.h"
 
 // Synthetic images for exact edge cases, written into a per-test temporary folder.
@@ -89,6 +91,23 @@ inline void writeBytes(const std::filesystem::path& path, const std::string& byt
     std::ofstream file(path, std::ios::binary);
     file << bytes;
     ASSERT_TRUE(file.good()) << "could not write " << path;
+}
+
+inline std::string contents(const std::filesystem::path& path) {
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+// The case of the FitError that call must end in; a call that succeeds fails the test.
+template <typename Call>
+FitError::Case failureOf(Call&& call) {
+    try {
+        call();
+    } catch (const FitError& error) {
+        return error.errorCase();
+    }
+    ADD_FAILURE() << "expected a FitError";
+    return FitError::Case::invalidSettings;
 }
 
 using Size = std::pair<std::int64_t, std::int64_t>;
