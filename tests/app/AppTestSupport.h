@@ -19,6 +19,10 @@
 
 namespace parcelo::test {
 
+// What an item's state says when its file is no image the app can read.
+inline const QString kUnreadable = QStringLiteral(
+    "This file isn’t a supported image, or it could not be read. Try a JPEG, PNG, HEIC, TIFF or BMP.");
+
 inline QString corpusDir() { return QStringLiteral(PARCELO_CORPUS_DIR); }
 inline bool haveCorpus() { return QFile::exists(corpusDir() + QStringLiteral("/MANIFEST.tsv")); }
 inline QString corpusFile(const QString& relative) { return corpusDir() + QLatin1Char('/') + relative; }
@@ -119,10 +123,39 @@ private:
     std::unique_ptr<AppModel> model_;
 };
 
+// Wait, with a running event loop, for the folder scan, the thumbnail pass or the fit run to end.
+inline bool scanDone(const AppModel& model) {
+    return waitUntil(model, &AppModel::scanningChanged, [&model] { return !model.scanning(); });
+}
+inline bool thumbnailsDone(const AppModel& model) {
+    return waitUntil(model, &AppModel::importingChanged, [&model] { return !model.importing(); });
+}
+inline bool runDone(const AppModel& model) {
+    return waitUntil(model, &AppModel::busyChanged, [&model] { return !model.busy(); });
+}
+
 // Adds files directly and waits until their thumbnails are done.
 inline bool addAndLoad(AppModel& model, const QStringList& paths) {
     model.add(urls(paths));
-    return waitUntil(model, &AppModel::importingChanged, [&model] { return !model.importing(); });
+    return thumbnailsDone(model);
+}
+
+// `count` small flat images named img{first}.png, img{first+1}.png, ... in folder (made if missing).
+inline QStringList makeImages(const QString& folder, int count, int first = 0) {
+    QDir().mkpath(folder);
+    QStringList paths;
+    for (int i = first; i < first + count; ++i) {
+        paths.append(QDir(folder).filePath(QStringLiteral("img%1.png").arg(i)));
+        writeImage(paths.last(), 16, 12, Picture::flat);
+    }
+    return paths;
+}
+
+// Exact-dimension mode with the two side fields typed as given.
+inline void setExactSides(AppModel& model, const QString& width, const QString& height) {
+    model.setExactPixels(true);
+    model.setPixelWidth(width);
+    model.setPixelHeight(height);
 }
 
 // Writes a small photo into the sandbox and adds it; the photo's path, or empty when adding failed.
@@ -134,7 +167,7 @@ inline QString addPhoto(ModelSandbox& sandbox) {
 
 inline bool runFit(AppModel& model, bool retryFailed = false) {
     model.fit(retryFailed);
-    return waitUntil(model, &AppModel::busyChanged, [&model] { return !model.busy(); });
+    return runDone(model);
 }
 
 inline bool exportInto(AppModel& model, const QString& folder) {

@@ -4,21 +4,13 @@
 #include <QtTest>
 
 #include "AppTestSupport.h"
-#include "FitError.h"
 
 using namespace parcelo;
 using namespace parcelo::test;
 
 namespace {
 
-const QString kUnreadable = QStringLiteral(
-    "This file isn’t a supported image, or it could not be read. Try a JPEG, PNG, HEIC, TIFF or BMP.");
-const QString kPaused = QStringLiteral("Paused · ready to resume");
-
-QString messageOf(FitError::Case errorCase) {
-    const auto text = FitError(errorCase).errorDescription();
-    return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
-}
+const QString kFitting = QStringLiteral("Finding the best fit…");
 
 QStringList filesIn(const QString& folder) {
     return QDir(folder).entryList(QDir::Files | QDir::NoDotAndDotDot, QDir::Name);
@@ -40,6 +32,12 @@ QStringList threeImages(ModelSandbox& sandbox) {
     return paths;
 }
 
+QString savedFolder(ModelSandbox& sandbox) {
+    const QString folder = sandbox.path(QStringLiteral("saved"));
+    QDir().mkpath(folder);
+    return folder;
+}
+
 }  // namespace
 
 class FitSaveTest : public QObject {
@@ -47,16 +45,33 @@ class FitSaveTest : public QObject {
 
 private slots:
     // ---- The fit run ----
-    void threePendingImagesAllFit() {
+    void threePendingImagesAreFittedOneAfterAnother() {
         ModelSandbox sandbox;
         AppModel& model = sandbox.model();
         QVERIFY(addAndLoad(model, threeImages(sandbox)));
         model.setSelected(model.items()[2].id);
-        QVERIFY(runFit(model));
+        QStringList selections;
+        connect(&model, &AppModel::selectedChanged, this, [&] { selections.append(model.selectedText()); });
+        QStringList states;
+        connect(&model, &AppModel::itemsChanged, this, [&] { states.append(model.items()[1].state); });
+        model.fit(false);
+        QVERIFY(model.busy());
+        // The batch cannot change during a run.
+        writeImage(sandbox.file(QStringLiteral("four.jpg")), 60, 40);
+        model.add(urls({sandbox.file(QStringLiteral("four.jpg"))}));
+        model.remove(model.items()[0].id);
+        model.clear();
+        model.exportTo(QUrl::fromLocalFile(sandbox.path(QStringLiteral("files"))));
+        QVERIFY(!model.exporting());
+        QCOMPARE(model.items().size(), 3u);
+        QVERIFY(runDone(model));
+        const QString first = uuidText(model.items()[0].id);
+        // The preview follows each image in turn, then shows the first ready one.
+        QCOMPARE(selections, (QStringList{first, uuidText(model.items()[1].id), uuidText(model.items()[2].id), first}));
+        QVERIFY(states.contains(kFitting));
         QCOMPARE(model.readyCount(), 3);
         QCOMPARE(model.completed(), 3);
         QVERIFY(!model.message());
-        QCOMPARE(model.selected(), model.items()[0].id);
         QCOMPARE(model.appliedSettings(), model.fitSettings());
         for (const auto& item : model.items()) {
             QCOMPARE(item.state, QStringLiteral("Verified · 600 × 400 · JPG · ≤ 1 MB"));
@@ -68,21 +83,7 @@ private slots:
         }
     }
 
-    void theRunFollowsEachImageInTheSelection() {
-        ModelSandbox sandbox;
-        AppModel& model = sandbox.model();
-        QVERIFY(addAndLoad(model, threeImages(sandbox)));
-        QList<QString> selections;
-        connect(&model, &AppModel::selectedChanged, this, [&] { selections.append(model.selectedText()); });
-        QList<QString> states;
-        connect(&model, &AppModel::itemsChanged, this, [&] { states.append(model.items()[1].state); });
-        QVERIFY(runFit(model));
-        QCOMPARE(selections.mid(0, 3), (QList<QString>{uuidText(model.items()[0].id), uuidText(model.items()[1].id),
-                                                       uuidText(model.items()[2].id)}));
-        QVERIFY(states.contains(QStringLiteral("Finding the best fit…")));
-    }
-
-    void anUnreadableImageFailsWithoutStoppingTheRun() {
+    void anUnreadableImageFailsWithoutStoppingTheRunAndIsRetriedAlone() {
         ModelSandbox sandbox;
         AppModel& model = sandbox.model();
         QStringList paths = threeImages(sandbox);
@@ -95,26 +96,15 @@ private slots:
         QVERIFY(!model.items()[1].output);
         QCOMPARE(model.message(), QStringLiteral("2 ready to save. 1 couldn’t fit; see each image for details."));
         QCOMPARE(model.completed(), 3);
-    }
-
-    void retryingFitsOnlyTheFailedImages() {
-        ModelSandbox sandbox;
-        AppModel& model = sandbox.model();
-        const QStringList paths = threeImages(sandbox);
-        writeText(paths[0], "broken");
-        QVERIFY(addAndLoad(model, {paths[0]}));
-        QSignalSpy busy(&model, &AppModel::busyChanged);
-        model.fit(true);  // the thumbnail marked it failed; a retry takes it
-        QVERIFY(waitUntil(model, &AppModel::busyChanged, [&model] { return !model.busy(); }));
-        QCOMPARE(model.failedCount(), 1);
-        QVERIFY(addAndLoad(model, {paths[1]}));
-        writeImage(paths[0], 300, 200);  // the user repaired the file
+        writeImage(sandbox.file(QStringLiteral("four.jpg")), 60, 40);
+        QVERIFY(addAndLoad(model, {sandbox.file(QStringLiteral("four.jpg"))}));
+        writeImage(paths[1], 300, 200);  // the user repaired the file
         QVERIFY(runFit(model, true));
-        QVERIFY2(model.items()[0].isReady(), qPrintable(model.items()[0].state));
-        QVERIFY(model.items()[1].isPending());
-        QCOMPARE(model.items()[1].state, QStringLiteral("Ready"));
-        busy.clear();
-        model.fit(true);
+        QVERIFY2(model.items()[1].isReady(), qPrintable(model.items()[1].state));
+        QVERIFY(model.items()[3].isPending());
+        QCOMPARE(model.items()[3].state, QStringLiteral("Ready"));
+        QSignalSpy busy(&model, &AppModel::busyChanged);
+        model.fit(true);  // nothing failed: nothing to retry
         QCOMPARE(busy.count(), 0);
     }
 
@@ -127,12 +117,11 @@ private slots:
         model.setTargetKB(50);
         model.settingsChanged();
         model.fit(false);
-        QVERIFY(waitUntil(model, &AppModel::itemsChanged,
-                          [&model] { return model.items()[1].state == QStringLiteral("Finding the best fit…"); }));
+        QVERIFY(waitUntil(model, &AppModel::itemsChanged, [&model] { return model.items()[1].state == kFitting; }));
         model.pause();
-        QVERIFY(waitUntil(model, &AppModel::busyChanged, [&model] { return !model.busy(); }));
+        QVERIFY(runDone(model));
         QVERIFY2(model.items()[0].isReady(), qPrintable(model.items()[0].state));
-        QCOMPARE(model.items()[1].state, kPaused);
+        QCOMPARE(model.items()[1].state, QStringLiteral("Paused · ready to resume"));
         QVERIFY(model.items()[1].isPending());
         QCOMPARE(model.items()[2].state, QStringLiteral("Ready"));
         QCOMPARE(model.message(), QStringLiteral("Paused. Finished copies are safe. Choose Fit remaining to continue."));
@@ -143,102 +132,93 @@ private slots:
         QVERIFY(!model.message());
     }
 
-    void aRunCannotStartWhileFoldersAreScanned() {
+    void runsNeedImagesAndValidRequirementsAndSavesAReadyCopy() {
         ModelSandbox sandbox;
         AppModel& model = sandbox.model();
-        QVERIFY(addAndLoad(model, threeImages(sandbox).mid(0, 1)));
-        const QString folder = sandbox.file(QStringLiteral("folder"));
-        QDir().mkpath(folder);
-        writeImage(QDir(folder).filePath(QStringLiteral("a.png")), 20, 20);
-        model.add(urls({folder}));
-        QVERIFY(model.scanning());
+        QSignalSpy asked(&model, &AppModel::exportFolderRequested);
         model.fit(false);
         QVERIFY(!model.busy());
-        QVERIFY(waitUntil(model, &AppModel::scanningChanged, [&model] { return !model.scanning(); }));
-    }
-
-    void runsAreRefusedForInvalidRequirementsOrAnEmptyBatch() {
-        ModelSandbox sandbox;
-        AppModel& model = sandbox.model();
-        model.fit(false);
-        QVERIFY(!model.busy());
+        model.exportCopies();
         QVERIFY(addAndLoad(model, threeImages(sandbox).mid(0, 1)));
+        model.exportCopies();
+        QCOMPARE(asked.count(), 0);
         model.setTargetKB(9);
         model.fit(false);
         QVERIFY(!model.busy());
         model.setTargetKB(500);
-        model.setExactPixels(true);
-        model.setPixelWidth(QStringLiteral("0"));
-        model.setPixelHeight(QStringLiteral("0"));
+        setExactSides(model, QStringLiteral("0"), QStringLiteral("0"));
         model.fit(false);
         QVERIFY(!model.busy());
         QCOMPARE(model.items()[0].state, QStringLiteral("Ready"));
+        model.setExactPixels(false);
+        QVERIFY(runFit(model));
+        model.exportCopies();
+        QCOMPARE(asked.count(), 1);
     }
 
-    void aCopyThatCannotBeWrittenFailsItsImageAndTheRunGoesOn() {
+    void withoutAWorkingFolderEveryImageFailsAndTheRunGoesOn() {
         ModelSandbox sandbox;
+        writeText(sandbox.path(QStringLiteral("blocker")), "a file where a folder should be");
+        qputenv("TMPDIR", QFile::encodeName(sandbox.path(QStringLiteral("blocker"))));
         AppModel& model = sandbox.model();
+        QCOMPARE(model.message(), QStringLiteral("Couldn’t create a working folder: Not a directory"));
         QVERIFY(addAndLoad(model, threeImages(sandbox).mid(0, 2)));
-        QVERIFY(QDir(model.cache()).removeRecursively());
         QVERIFY(runFit(model));
         QCOMPARE(model.failedCount(), 2);
         for (const auto& item : model.items()) {
             QVERIFY(!item.output);
-            QVERIFY(!item.state.isEmpty() && item.state != QStringLiteral("Finding the best fit…"));
+            QCOMPARE(item.state, QStringLiteral("Not a directory"));  // why the copy could not be written
         }
         QCOMPARE(model.message(), QStringLiteral("0 ready to save. 2 couldn’t fit; see each image for details."));
     }
 
-    void theBatchCannotChangeDuringARun() {
-        ModelSandbox sandbox;
-        AppModel& model = sandbox.model();
-        const QStringList paths = threeImages(sandbox);
-        QVERIFY(addAndLoad(model, paths.mid(0, 2)));
-        model.fit(false);
-        QVERIFY(model.busy());
-        model.add(urls({paths[2]}));
-        model.remove(model.items()[0].id);
-        model.clear();
-        model.exportTo(QUrl::fromLocalFile(sandbox.path(QStringLiteral("files"))));
-        QVERIFY(!model.exporting());
-        QCOMPARE(model.items().size(), 2u);
-        QVERIFY(waitUntil(model, &AppModel::busyChanged, [&model] { return !model.busy(); }));
-        QCOMPARE(model.readyCount(), 2);
-    }
-
     // ---- Saving ----
-    void savingOneCopyNamesItAfterTheOriginal() {
+    void copiesAreSavedUnderTheOriginalsNamesNeverOverwritingAndRemovingOrClearingDeletesThem() {
         ModelSandbox sandbox;
         AppModel& model = sandbox.model();
-        const QString source = threeImages(sandbox)[0];
-        const QByteArray original = contents(source);
-        QVERIFY(addAndLoad(model, {source}));
+        const QFileInfo cache(model.cache());  // the working folder, made in the temporary directory
+        QVERIFY(cache.isDir());
+        QCOMPARE(cache.absolutePath(), QFileInfo(sandbox.path(QStringLiteral("tmp"))).absoluteFilePath());
+        QVERIFY(QRegularExpression(QStringLiteral("^Parcelo-[0-9A-F]{8}-[0-9A-F]{4}-[0-9A-F]{4}-[0-9A-F]{4}-[0-9A-F]{12}$"))
+                    .match(cache.fileName())
+                    .hasMatch());
+        const QStringList paths = threeImages(sandbox);
+        const QByteArray original = contents(paths[0]);
+        QVERIFY(addAndLoad(model, {paths[0]}));
         QVERIFY(runFit(model));
-        const QString folder = sandbox.path(QStringLiteral("saved"));
-        QVERIFY(QDir().mkpath(folder));
+        const QString folder = savedFolder(sandbox);
         QVERIFY(exportInto(model, folder));
         QCOMPARE(model.message(), QStringLiteral("Saved 1 fitted copy. Your originals are untouched."));
         QCOMPARE(model.exportedDirectory(), folder);
         QCOMPARE(filesIn(folder), QStringList{QStringLiteral("one-parcelo.jpg")});
-        QCOMPARE(contents(QDir(folder).filePath(QStringLiteral("one-parcelo.jpg"))), contents(*model.items()[0].output));
-        QCOMPARE(contents(source), original);
-    }
-
-    void savingTwiceIntoOneFolderNeverOverwrites() {
-        ModelSandbox sandbox;
-        AppModel& model = sandbox.model();
-        QVERIFY(addAndLoad(model, threeImages(sandbox).mid(0, 2)));
+        const QByteArray copy = contents(*model.items()[0].output);
+        QVERIFY(!copy.isEmpty());
+        QCOMPARE(contents(QDir(folder).filePath(QStringLiteral("one-parcelo.jpg"))), copy);
+        QVERIFY(addAndLoad(model, {paths[1]}));
         QVERIFY(runFit(model));
-        const QString folder = sandbox.path(QStringLiteral("saved"));
-        QVERIFY(QDir().mkpath(folder));
-        QVERIFY(exportInto(model, folder));
-        const QStringList first = filesIn(folder);
-        QCOMPARE(first.size(), 2);
         QVERIFY(exportInto(model, folder));
         QCOMPARE(model.message(), QStringLiteral("Saved 2 fitted copies. Your originals are untouched."));
-        const QStringList both = filesIn(folder);
-        QCOMPARE(both.size(), 4);
-        for (const auto& name : first) QVERIFY(both.contains(name));
+        QCOMPARE(filesIn(folder), (QStringList{QStringLiteral("one-parcelo-2.jpg"), QStringLiteral("one-parcelo.jpg"),
+                                               QStringLiteral("two-parcelo.jpg")}));
+        QCOMPARE(contents(QDir(folder).filePath(QStringLiteral("one-parcelo.jpg"))), copy);
+        QCOMPARE(contents(QDir(folder).filePath(QStringLiteral("one-parcelo-2.jpg"))), copy);
+        QCOMPARE(contents(paths[0]), original);
+
+        const QString removed = *model.items()[0].output;
+        model.remove(model.items()[0].id);
+        QVERIFY(!QFileInfo::exists(removed));
+        QVERIFY(model.inspectionCopy(model.items()[0].id).location);
+        model.clear();
+        QVERIFY(model.items().empty());
+        QCOMPARE(filesIn(model.cache()), QStringList());
+        QVERIFY(!QFileInfo::exists(QDir(model.cache()).filePath(QStringLiteral("Inspection"))));
+        QVERIFY(!model.selected() && !model.message() && !model.exportedDirectory());
+        QCOMPARE(model.completed(), 0);
+        QCOMPARE(model.previewsLoaded(), 2);  // the thumbnails' progress is not reset
+        QCOMPARE(filesIn(folder).size(), 3);
+        QCOMPARE(contents(paths[0]), original);
+        model.cleanUp();
+        QVERIFY(!QFileInfo::exists(model.cache()));
     }
 
     void aCopyFailingVerificationIsReportedAndTheOthersSaved() {
@@ -253,138 +233,28 @@ private slots:
         QVERIFY(runFit(model));
         QVERIFY2(model.items()[1].outputBytes > 10'000, "the noise copy must exceed the smaller limit");
         model.setTargetKB(10);  // edited, not yet reported: the save checks the current requirements
-        const QString folder = sandbox.path(QStringLiteral("saved"));
-        QVERIFY(QDir().mkpath(folder));
+        const QString folder = savedFolder(sandbox);
         QVERIFY(exportInto(model, folder));
-        QCOMPARE(model.message(), QStringLiteral("Saved 2 of 3. noise.jpg: ") +
-                                      messageOf(FitError::Case::verificationFailed));
+        QCOMPARE(model.message(), QStringLiteral("Saved 2 of 3. noise.jpg: The export didn’t pass its size, pixel or "
+                                                 "format check. No copy was marked ready."));
         QCOMPARE(model.exportedDirectory(), folder);
         QCOMPARE(filesIn(folder).size(), 2);
     }
 
-    void aFittedCopyDeletedBehindTheModelsBack() {
-        ModelSandbox sandbox;
-        AppModel& model = sandbox.model();
-        QVERIFY(addAndLoad(model, threeImages(sandbox).mid(0, 1)));
-        QVERIFY(runFit(model));
-        QVERIFY(QFile::remove(*model.items()[0].output));
-        const QString folder = sandbox.path(QStringLiteral("saved"));
-        QVERIFY(QDir().mkpath(folder));
-        QVERIFY(exportInto(model, folder));
-        QCOMPARE(model.message(), QStringLiteral("Saved 0 of 1. one.jpg: No such file or directory"));
-        QVERIFY(!model.exportedDirectory());
-        model.inspect(uuidText(model.items()[0].id));
-        QCOMPARE(model.message(), QStringLiteral("Couldn’t open an inspection copy: No such file or directory"));
-        model.remove(model.items()[0].id);
-        QVERIFY(model.items().empty());
-    }
-
-    void askingForASaveFolderNeedsAReadyCopy() {
-        ModelSandbox sandbox;
-        AppModel& model = sandbox.model();
-        QSignalSpy asked(&model, &AppModel::exportFolderRequested);
-        model.exportCopies();
-        QCOMPARE(asked.count(), 0);
-        QVERIFY(addAndLoad(model, threeImages(sandbox).mid(0, 1)));
-        model.exportCopies();
-        QCOMPARE(asked.count(), 0);
-        QVERIFY(runFit(model));
-        model.exportCopies();
-        QCOMPARE(asked.count(), 1);
-    }
-
-    // ---- The working folder ----
-    void theWorkingFolderIsMadeInTheTemporaryDirectory() {
-        ModelSandbox sandbox;
-        AppModel& model = sandbox.model();
-        const QFileInfo folder(model.cache());
-        QVERIFY(folder.isDir());
-        QCOMPARE(folder.absolutePath(), QFileInfo(sandbox.path(QStringLiteral("tmp"))).absoluteFilePath());
-        QVERIFY(QRegularExpression(QStringLiteral("^Parcelo-[0-9A-F]{8}-[0-9A-F]{4}-[0-9A-F]{4}-[0-9A-F]{4}-[0-9A-F]{12}$"))
-                    .match(folder.fileName())
-                    .hasMatch());
-        model.cleanUp();
-        QVERIFY(!QFileInfo::exists(model.cache()));
-    }
-
-    void aWorkingFolderThatCannotBeMadeIsReported() {
-        ModelSandbox sandbox;
-        writeText(sandbox.path(QStringLiteral("blocker")), "a file where a folder should be");
-        qputenv("TMPDIR", QFile::encodeName(sandbox.path(QStringLiteral("blocker"))));
-        AppModel& model = sandbox.model();
-        QVERIFY2(model.message().value_or(QString()).startsWith(QStringLiteral("Couldn’t create a working folder: ")),
-                 qPrintable(model.messageText()));
-        QVERIFY(addAndLoad(model, threeImages(sandbox).mid(0, 1)));
-        QVERIFY(runFit(model));
-        QCOMPARE(model.failedCount(), 1);
-    }
-
-    void removingAndClearingDeleteFittedCopies() {
-        ModelSandbox sandbox;
-        AppModel& model = sandbox.model();
-        QVERIFY(addAndLoad(model, threeImages(sandbox)));
-        QVERIFY(runFit(model));
-        const QString removed = *model.items()[0].output;
-        model.remove(model.items()[0].id);
-        QVERIFY(!QFileInfo::exists(removed));
-        QVERIFY(model.inspectionCopy(model.items()[0].id).location);
-        model.clear();
-        QCOMPARE(filesIn(model.cache()), QStringList());
-        QVERIFY(!QFileInfo::exists(QDir(model.cache()).filePath(QStringLiteral("Inspection"))));
-        for (const auto& path : threeImages(sandbox)) QVERIFY(QFileInfo::exists(path));
-    }
-
-    // ---- Crops ----
-    void aNewCropSendsTheImageBackToBeFitted() {
-        ModelSandbox sandbox;
-        AppModel& model = sandbox.model();
-        model.setExactPixels(true);
-        model.setPixelWidth(QStringLiteral("200"));
-        model.setPixelHeight(QStringLiteral("200"));
-        model.settingsChanged();
-        QVERIFY(addAndLoad(model, threeImages(sandbox).mid(0, 2)));
-        QVERIFY(runFit(model));
-        QCOMPARE(model.items()[0].width, 200);
-        model.setPreviewOriginal(true);
-        const QString copy = *model.items()[0].output;
-        model.setCrop(model.items()[0].id, CropPosition{0.0, 0.5});
-        QVERIFY(!QFileInfo::exists(copy));
-        const ImageItem& item = model.items()[0];
-        QCOMPARE(item.state, QStringLiteral("Crop adjusted · ready to fit"));
-        QVERIFY(item.isPending() && item.outputBytes == 0);
-        QCOMPARE(item.crop, (CropPosition{0.0, 0.5}));
-        QCOMPARE(model.completed(), 1);
-        QVERIFY(!model.previewOriginal());
-        QCOMPARE(model.message(), QStringLiteral("Crop updated for this image. Fit it again to check the export."));
-        QVERIFY(runFit(model));
-        QCOMPARE(model.readyCount(), 2);
-    }
-
-    void cropsAreIgnoredUnlessTheyChangeSomethingInExactMode() {
-        ModelSandbox sandbox;
-        AppModel& model = sandbox.model();
-        QVERIFY(addAndLoad(model, threeImages(sandbox).mid(0, 1)));
-        QSignalSpy messages(&model, &AppModel::messageChanged);
-        const QUuid id = model.items()[0].id;
-        model.setCrop(id, CropPosition{0.0, 0.0});  // size mode
-        model.setExactPixels(true);
-        model.setCrop(id, CropPosition::center());  // unchanged
-        model.setCrop(id, CropPosition{1.5, 0.5});  // invalid
-        model.setCrop(QUuid::createUuid(), CropPosition{0.0, 0.0});
-        QCOMPARE(messages.count(), 0);
-        QCOMPARE(model.items()[0].crop, CropPosition::center());
-        QCOMPARE(model.items()[0].state, QStringLiteral("Ready"));
-    }
-
     // ---- Inspection copies ----
-    void everyInspectionMakesAFreshCopyWithAShortStem() {
+    void everyInspectionMakesAFreshCopyWithAShortStemUntilTheCopyIsGone() {
         ModelSandbox sandbox;
         AppModel& model = sandbox.model();
         const QString longName = QString(60, QLatin1Char('n')) + QStringLiteral(".jpg");
         writeImage(sandbox.file(longName), 300, 200);
         QVERIFY(addAndLoad(model, {sandbox.file(longName)}));
-        QVERIFY(runFit(model));
         const QUuid id = model.items()[0].id;
+        for (const QUuid& without : {id, QUuid::createUuid()}) {  // not yet fitted; no such image
+            const auto copy = model.inspectionCopy(without);
+            QVERIFY(!copy.location);
+            QCOMPARE(copy.error, QStringLiteral("No such file or directory"));
+        }
+        QVERIFY(runFit(model));
         const auto first = model.inspectionCopy(id);
         const auto second = model.inspectionCopy(id);
         QVERIFY2(first.location && second.location, qPrintable(first.error));
@@ -397,14 +267,50 @@ private slots:
         model.inspect(uuidText(id));
         QCOMPARE(opened.count(), 1);
         QVERIFY(opened.first().first().toUrl().toLocalFile().startsWith(copy.absolutePath()));
+
+        QVERIFY(QFile::remove(*model.items()[0].output));  // the fitted copy deleted behind the model's back
+        QVERIFY(exportInto(model, savedFolder(sandbox)));
+        QCOMPARE(model.message(), QStringLiteral("Saved 0 of 1. ") + longName + QStringLiteral(": No such file or directory"));
+        QVERIFY(!model.exportedDirectory());
+        model.inspect(uuidText(id));
+        QCOMPARE(model.message(), QStringLiteral("Couldn’t open an inspection copy: No such file or directory"));
+        model.remove(model.items()[0].id);
+        QVERIFY(model.items().empty());
     }
 
-    void inspectingAnImageWithoutACopyFails() {
+    // ---- Crops ----
+    void aNewCropInExactModeSendsTheImageBackToBeFitted() {
         ModelSandbox sandbox;
         AppModel& model = sandbox.model();
-        QVERIFY(addAndLoad(model, threeImages(sandbox).mid(0, 1)));
-        QVERIFY(!model.inspectionCopy(model.items()[0].id).location);
-        QVERIFY(!model.inspectionCopy(QUuid::createUuid()).location);
+        setExactSides(model, QStringLiteral("200"), QStringLiteral("200"));
+        model.settingsChanged();
+        QVERIFY(addAndLoad(model, threeImages(sandbox).mid(0, 2)));
+        QVERIFY(runFit(model));
+        QCOMPARE(model.items()[0].width, 200);
+        const QUuid id = model.items()[0].id;
+        QSignalSpy messages(&model, &AppModel::messageChanged);
+        model.setCrop(id, CropPosition::center());  // unchanged
+        model.setCrop(id, CropPosition{1.5, 0.5});  // invalid
+        model.setCrop(QUuid::createUuid(), CropPosition{0.0, 0.0});
+        QCOMPARE(messages.count(), 0);
+        QVERIFY(model.items()[0].isReady());
+        model.setPreviewOriginal(true);
+        const QString copy = *model.items()[0].output;
+        model.setCrop(id, CropPosition{0.0, 0.5});
+        QVERIFY(!QFileInfo::exists(copy));
+        const ImageItem& item = model.items()[0];
+        QCOMPARE(item.state, QStringLiteral("Crop adjusted · ready to fit"));
+        QVERIFY(item.isPending() && item.outputBytes == 0);
+        QCOMPARE(item.crop, (CropPosition{0.0, 0.5}));
+        QCOMPARE(model.completed(), 1);
+        QVERIFY(!model.previewOriginal());
+        QCOMPARE(model.message(), QStringLiteral("Crop updated for this image. Fit it again to check the export."));
+        QVERIFY(runFit(model));
+        QCOMPARE(model.readyCount(), 2);
+        model.setExactPixels(false);
+        model.setCrop(id, CropPosition{0.0, 0.0});  // size mode
+        QCOMPARE(model.items()[0].crop, (CropPosition{0.0, 0.5}));
+        QVERIFY(model.items()[0].isReady());
     }
 };
 
