@@ -68,10 +68,7 @@ ThumbnailProvider* AppModel::makeThumbnailProvider() const { return new Thumbnai
 // ---- Published batch fields ----
 
 void AppModel::setSelected(std::optional<QUuid> id) {
-    PARCELO_ASSERT_MAIN_THREAD();
-    selected_ = id;
-    emit selectedChanged();
-    emit currentChanged();
+    assign(selected_, id, &AppModel::selectedChanged, &AppModel::currentChanged);
 }
 
 QString AppModel::selectedText() const { return selected_ ? uuidText(*selected_) : QString(); }
@@ -82,50 +79,39 @@ void AppModel::setSelectedText(const QString& id) {
 }
 
 void AppModel::setBusy(bool value) {
-    busy_ = value;
-    emit busyChanged();
+    assign(busy_, value, &AppModel::busyChanged);
 }
 
 void AppModel::setScanning(bool value) {
-    scanning_ = value;
-    emit scanningChanged();
+    assign(scanning_, value, &AppModel::scanningChanged);
 }
 
 void AppModel::setImporting(bool value) {
-    importing_ = value;
-    emit importingChanged();
+    assign(importing_, value, &AppModel::importingChanged);
 }
 
 void AppModel::setPreviewsLoaded(qint64 value) {
-    previewsLoaded_ = value;
-    emit previewsLoadedChanged();
+    assign(previewsLoaded_, value, &AppModel::previewsLoadedChanged);
 }
 
 void AppModel::setExporting(bool value) {
-    exporting_ = value;
-    emit exportingChanged();
+    assign(exporting_, value, &AppModel::exportingChanged);
 }
 
 void AppModel::setCompleted(qint64 value) {
-    completed_ = value;
-    emit completedChanged();
+    assign(completed_, value, &AppModel::completedChanged);
 }
 
 void AppModel::setMessage(std::optional<QString> message) {
-    PARCELO_ASSERT_MAIN_THREAD();
-    message_ = std::move(message);
-    emit messageChanged();
+    assign(message_, std::move(message), &AppModel::messageChanged);
 }
 
 void AppModel::setPreviewOriginal(bool original) {
-    PARCELO_ASSERT_MAIN_THREAD();
-    previewOriginal_ = original;
-    emit previewOriginalChanged();
+    assign(previewOriginal_, original, &AppModel::previewOriginalChanged);
 }
 
 void AppModel::setExportedDirectory(std::optional<QString> directory) {
-    exportedDirectory_ = std::move(directory);
-    emit exportedDirectoryChanged();
+    assign(exportedDirectory_, std::move(directory), &AppModel::exportedDirectoryChanged);
 }
 
 QUrl AppModel::exportedDirectoryUrl() const {

@@ -10,6 +10,7 @@
 
 #include <QObject>
 #include <QSettings>
+#include <QThread>
 #include <QThreadPool>
 #include <QUrl>
 #include <QUuid>
@@ -222,6 +223,15 @@ private:
     struct ThumbnailPass;
     struct FitRun;
     struct SaveRun;
+
+    // Every published field changes through here: only on the main thread, and announced on
+    // every assignment, even of an equal value, so that views never miss a change.
+    template <typename T, typename... Signals>
+    void assign(T& field, T value, Signals... changed) {
+        Q_ASSERT_X(QThread::currentThread() == thread(), Q_FUNC_INFO, "AppModel used off the main thread");
+        field = std::move(value);
+        ((this->*changed)(), ...);
+    }
 
     // Batch setters: each assignment notifies.
     void setBusy(bool value);

@@ -84,27 +84,19 @@ std::optional<FitSettings> decodeSettings(const QByteArray& data) {
 // ---- Requirement properties: each assignment notifies, and so does the derived state ----
 
 void AppModel::setTargetKB(qint64 kilobytes) {
-    PARCELO_ASSERT_MAIN_THREAD();
-    targetKB_ = kilobytes;
-    emit targetKBChanged();
-    emit requirementsChanged();
+    assign(targetKB_, kilobytes, &AppModel::targetKBChanged, &AppModel::requirementsChanged);
 }
 
 void AppModel::setCustomKB(const QString& text) {
-    customKB_ = text;
-    emit customKBChanged();
+    assign(customKB_, text, &AppModel::customKBChanged);
 }
 
 void AppModel::setMaxEdge(qint64 edge) {
-    maxEdge_ = edge;
-    emit maxEdgeChanged();
-    emit requirementsChanged();
+    assign(maxEdge_, edge, &AppModel::maxEdgeChanged, &AppModel::requirementsChanged);
 }
 
 void AppModel::setOutputFormat(OutputFormat format) {
-    outputFormat_ = format;
-    emit outputFormatChanged();
-    emit requirementsChanged();
+    assign(outputFormat_, format, &AppModel::outputFormatChanged, &AppModel::requirementsChanged);
 }
 
 QString AppModel::outputFormatText() const { return QString::fromUtf8(rawValue(outputFormat_).data()); }
@@ -114,26 +106,19 @@ void AppModel::setOutputFormatText(const QString& raw) {
 }
 
 void AppModel::setExactPixels(bool exact) {
-    exactPixels_ = exact;
-    emit exactPixelsChanged();
-    emit requirementsChanged();
+    assign(exactPixels_, exact, &AppModel::exactPixelsChanged, &AppModel::requirementsChanged);
 }
 
 void AppModel::setPixelWidth(const QString& text) {
-    pixelWidth_ = text;
-    emit pixelWidthChanged();
-    emit requirementsChanged();
+    assign(pixelWidth_, text, &AppModel::pixelWidthChanged, &AppModel::requirementsChanged);
 }
 
 void AppModel::setPixelHeight(const QString& text) {
-    pixelHeight_ = text;
-    emit pixelHeightChanged();
-    emit requirementsChanged();
+    assign(pixelHeight_, text, &AppModel::pixelHeightChanged, &AppModel::requirementsChanged);
 }
 
 void AppModel::setActiveRecipeName(std::optional<QString> name) {
-    activeRecipeName_ = std::move(name);
-    emit activeRecipeNameChanged();
+    assign(activeRecipeName_, std::move(name), &AppModel::activeRecipeNameChanged);
 }
 
 // ---- Derived requirements ----
