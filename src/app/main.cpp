@@ -8,6 +8,7 @@
 #include <QUrl>
 #include <QtQml/qqmlextensionplugin.h>
 
+#include "AppEngine.h"
 #include "AppModel.h"
 
 Q_IMPORT_QML_PLUGIN(ParceloPlugin)
@@ -33,14 +34,12 @@ int main(int argc, char* argv[]) {
     QObject::connect(&app, &QCoreApplication::aboutToQuit, &model, &parcelo::AppModel::cleanUp);
     QObject::connect(&model, &parcelo::AppModel::openExternallyRequested, &model,
                      [](const QUrl& file) { QDesktopServices::openUrl(file); });
-    qmlRegisterSingletonInstance("Parcelo.Model", 1, 0, "AppModel", &model);
 
     QQmlApplicationEngine engine;
-    engine.addImageProvider(QStringLiteral("thumbnails"), model.makeThumbnailProvider());
-    engine.addImportPath(QStringLiteral("qrc:/qt/qml"));
+    parcelo::prepareEngine(engine, model);
     QObject::connect(&engine, &QQmlApplicationEngine::objectCreationFailed, &app,
                      [] { QCoreApplication::exit(1); }, Qt::QueuedConnection);
-    engine.load(QUrl(QStringLiteral("qrc:/qt/qml/Parcelo/qml/Main.qml")));
+    engine.load(parcelo::kMainWindowUrl);
 
     const QList<QUrl> opened = launchFiles(QCoreApplication::arguments());
     if (!opened.isEmpty()) model.add(opened);

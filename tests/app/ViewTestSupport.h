@@ -1,0 +1,123 @@
+#pragma once
+
+#include <memory>
+
+#include <QDir>
+#include <QQmlComponent>
+#include <QQmlEngine>
+#include <QQuickItem>
+#include <QQuickWindow>
+#include <QTest>
+
+#include "AppEngine.h"
+#include "AppTestSupport.h"
+
+namespace parcelo::test {
+
+// One of Parcelo's views loaded over a real model, shown offscreen, for a test to drive as a user
+// would: find controls by objectName, click them, type into them, and photograph the window.
+// A view whose root is an item is placed in a window of its own implicit size (or `size`).
+class ViewHarness {
+public:
+    explicit ViewHarness(AppModel& model, const QString& qmlFile = QStringLiteral("Main.qml"),
+                         const QVariantMap& properties = {}, QSize size = {}) {
+        QObject::connect(&engine_, &QQmlEngine::warnings, [this](const QList<QQmlError>& warnings) {
+            for (const auto& warning : warnings) errors_.append(warning.toString());
+        });
+        prepareEngine(engine_, model);
+        QQmlComponent component(&engine_, QUrl(kViewsFolder + qmlFile));
+        if (component.isError()) {
+            errors_.append(component.errorString());
+            return;
+        }
+        object_.reset(component.createWithInitialProperties(properties));
+        if (!object_) {
+            errors_.append(component.errorString());
+            return;
+        }
+        show(size);
+    }
+    ~ViewHarness() {
+        // The loaded view goes before the window that holds it, and both before the engine.
+        object_.reset();
+        ownedWindow_.reset();
+    }
+    ViewHarness(const ViewHarness&) = delete;
+    ViewHarness& operator=(const ViewHarness&) = delete;
+
+    // Load errors and QML warnings so far, one per line; empty when there were none.
+    [[nodiscard]] QString errors() const { return errors_.join(QLatin1Char('\n')); }
+    [[nodiscard]] bool loaded() const { return window_ != nullptr; }
+    [[nodiscard]] QQuickWindow* window() const { return window_; }
+    [[nodiscard]] QQmlEngine& engine() { return engine_; }
+    [[nodiscard]] QObject* root() const { return object_.get(); }
+
+    // The control with this objectName, or null.
+    template <typename T = QQuickItem>
+    [[nodiscard]] T* find(const QString& objectName) const {
+        if (!window_) return nullptr;
+        if (auto* found = window_->contentItem()->findChild<T*>(objectName)) return found;
+        return object_ ? object_->findChild<T*>(objectName) : nullptr;
+    }
+
+    // A left click in the middle of the item, through the window as a mouse would.
+    void click(QQuickItem* item) const {
+        QVERIFY2(item, "no item to click");
+        QVERIFY2(item->isVisible(), qPrintable(item->objectName() + QStringLiteral(" is not visible")));
+        const QPointF centre = item->mapToScene(QPointF(item->width() / 2, item->height() / 2));
+        QTest::mouseClick(window_, Qt::LeftButton, Qt::NoModifier, centre.toPoint());
+    }
+
+    // Replaces a text field's text by typing, key by key.
+    void type(QQuickItem* field, const QString& text) const {
+        QVERIFY2(field, "no field to type into");
+        field->forceActiveFocus(Qt::MouseFocusReason);
+        QVERIFY(QMetaObject::invokeMethod(field, "selectAll"));
+        QTest::keyClick(window_, Qt::Key_Backspace);
+        for (const QChar character : text) {
+            if (character.unicode() < 0x80)
+                QTest::keyClick(window_, character.toLatin1());
+            else
+                QTest::sendKeyEvent(QTest::Click, window_, Qt::Key_unknown, QString(character), Qt::NoModifier);
+        }
+    }
+
+    // Writes the window as a PNG into the build's screenshot folder, for people to look at.
+    QString screenshot(const QString& name) const {
+        QDir().mkpath(QStringLiteral(PARCELO_SCREENSHOT_DIR));
+        const QString path = QStringLiteral(PARCELO_SCREENSHOT_DIR "/%1.png").arg(name);
+        const QImage image = window_->grabWindow();
+        if (image.isNull() || !image.save(path)) qWarning("could not write screenshot %s", qPrintable(path));
+        return path;
+    }
+
+private:
+    void show(QSize size) {
+        window_ = qobject_cast<QQuickWindow*>(object_.get());
+        if (!window_) {
+            auto* item = qobject_cast<QQuickItem*>(object_.get());
+            if (!item) {
+                errors_.append(QStringLiteral("the view is neither a window nor an item"));
+                return;
+            }
+            ownedWindow_ = std::make_unique<QQuickWindow>();
+            window_ = ownedWindow_.get();
+            item->setParentItem(window_->contentItem());
+            if (size.isEmpty()) size = QSize(qCeil(item->implicitWidth()), qCeil(item->implicitHeight()));
+            window_->resize(size);
+            item->setSize(size);
+        } else if (!size.isEmpty()) {
+            window_->resize(size);
+        }
+        window_->show();
+        if (!QTest::qWaitForWindowExposed(window_)) errors_.append(QStringLiteral("the window was never shown"));
+    }
+
+    QQmlEngine engine_;
+    QStringList errors_;
+    std::unique_ptr<QObject> object_;
+    std::unique_ptr<QQuickWindow> ownedWindow_;
+    QQuickWindow* window_ = nullptr;
+};
+
+}  // namespace parcelo::test
