@@ -55,29 +55,7 @@ QVariantMap recipeForView(const UploadRecipe& recipe) {
     };
 }
 
-// Stored recipes, or nothing when the data is oversized, malformed or holds one bad element.
-std::vector<UploadRecipe> decodeRecipes(const QByteArray& data) {
-    if (data.size() > kMaxStoredRecipeBytes) return {};
-    try {
-        const auto json = nlohmann::json::parse(data.begin(), data.end());
-        if (!json.is_array()) return {};
-        std::vector<UploadRecipe> decoded;
-        for (const auto& element : json) decoded.push_back(element.get<UploadRecipe>());
-        return decoded;
-    } catch (const nlohmann::json::exception&) {
-        return {};
-    }
-}
-
-std::optional<FitSettings> decodeSettings(const QByteArray& data) {
-    if (data.size() >= kMaxStoredSettingsBytes) return std::nullopt;
-    try {
-        const FitSettings settings = nlohmann::json::parse(data.begin(), data.end()).get<FitSettings>();
-        return settings.isValid() ? std::optional(settings) : std::nullopt;
-    } catch (const nlohmann::json::exception&) {
-        return std::nullopt;
-    }
-}
+std::string_view bytesOf(const QByteArray& data) { return {data.constData(), static_cast<std::size_t>(data.size())}; }
 
 }  // namespace
 
@@ -214,18 +192,10 @@ void AppModel::persistRecipes() {
     defaults_->setValue(kRecipesKey, QByteArray::fromStdString(list.dump()));
 }
 
-void AppModel::restoreRecipes() {
-    std::vector<UploadRecipe> kept;
-    for (const auto& recipe : decodeRecipes(defaults_->value(kRecipesKey).toByteArray())) {
-        const bool idTaken = std::any_of(kept.begin(), kept.end(),
-                                         [&recipe](const UploadRecipe& other) { return other.id() == recipe.id(); });
-        if (recipe.isValid() && !idTaken && std::ssize(kept) < kMaxRecipes) kept.push_back(recipe);
-    }
-    recipes_ = std::move(kept);
-}
+void AppModel::restoreRecipes() { recipes_ = restoredRecipes(bytesOf(defaults_->value(kRecipesKey).toByteArray())); }
 
 void AppModel::restoreRequirements() {
-    const auto settings = decodeSettings(defaults_->value(kLastSettingsKey).toByteArray());
+    const auto settings = restoredSettings(bytesOf(defaults_->value(kLastSettingsKey).toByteArray()));
     if (!settings) return;
     targetKB_ = settings->targetBytes / kBytesPerKB;
     customKB_ = QString::number(targetKB_);
@@ -265,7 +235,7 @@ bool AppModel::saveRecipe(const QString& name) {
     if (!recipe.isValid()) return false;
     if (replacing)
         *existing = recipe;
-    else if (std::ssize(recipes_) >= kMaxRecipes)
+    else if (recipes_.size() >= kMaxRecipes)
         return false;
     else
         recipes_.push_back(recipe);

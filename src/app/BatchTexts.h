@@ -9,9 +9,6 @@ namespace parcelo {
 inline constexpr qsizetype kBatchLimit = 500;
 inline constexpr qint64 kThumbnailEdge = 400;
 inline constexpr int kInspectionStemCharacters = 40;
-inline constexpr qsizetype kMaxRecipes = 20;
-inline constexpr qsizetype kMaxStoredRecipeBytes = 100'000;
-inline constexpr qsizetype kMaxStoredSettingsBytes = 4'096;
 
 // The texts the batch model writes into items' states and into its message line.
 namespace BatchTexts {

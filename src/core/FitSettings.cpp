@@ -69,6 +69,16 @@ void to_json(nlohmann::json& json, const FitSettings& settings) {
     };
 }
 
+std::optional<FitSettings> restoredSettings(std::string_view stored) {
+    if (stored.size() >= kLongestStoredSettings) return std::nullopt;
+    try {
+        const FitSettings settings = nlohmann::json::parse(stored).get<FitSettings>();
+        return settings.isValid() ? std::optional(settings) : std::nullopt;
+    } catch (const nlohmann::json::exception&) {
+        return std::nullopt;
+    }
+}
+
 void from_json(const nlohmann::json& json, FitSettings& settings) {
     FitSettings read;
     read.targetBytes = readInteger(json, "targetBytes");

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <optional>
 #include <string_view>
+#include <cstddef>
 
 #include <nlohmann/json_fwd.hpp>
 
@@ -18,6 +19,8 @@ inline constexpr std::int64_t kMaxMaxEdge = 8'192;
 inline constexpr std::int64_t kMinExactSide = 64;
 inline constexpr std::int64_t kMaxExactSide = 4'096;
 inline constexpr std::int64_t kBytesPerKB = 1'000;
+// Stored requirements of this many bytes or more are ignored unread.
+inline constexpr std::size_t kLongestStoredSettings = 4'096;
 
 // The format of a fitted copy.
 enum class OutputFormat { automatic, jpeg, png };
@@ -49,6 +52,10 @@ struct FitSettings {
 void to_json(nlohmann::json& json, const FitSettings& settings);
 // Throws nlohmann::json::exception when a key is missing or of the wrong kind.
 void from_json(const nlohmann::json& json, FitSettings& settings);
+// The requirements stored under "lastSettings.v1", or nothing when the stored bytes are
+// oversized, not the JSON form, or not valid requirements; damage never throws.
+std::optional<FitSettings> restoredSettings(std::string_view stored);
+
 void to_json(nlohmann::json& json, OutputFormat format);
 void from_json(const nlohmann::json& json, OutputFormat& format);
 

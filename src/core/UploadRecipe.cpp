@@ -1,5 +1,6 @@
 #include "UploadRecipe.h"
 
+#include <algorithm>
 #include <memory>
 
 #include <nlohmann/json.hpp>
@@ -68,6 +69,25 @@ std::size_t characterCount(const std::string& text) {
     std::size_t count = 0;
     while (characters->next() != icu::BreakIterator::DONE) ++count;
     return count;
+}
+
+std::vector<UploadRecipe> restoredRecipes(std::string_view stored) {
+    if (stored.size() > kLongestStoredRecipes) return {};
+    std::vector<UploadRecipe> decoded;
+    try {
+        const auto json = nlohmann::json::parse(stored);
+        if (!json.is_array()) return {};
+        for (const auto& element : json) decoded.push_back(element.get<UploadRecipe>());
+    } catch (const nlohmann::json::exception&) {
+        return {};
+    }
+    std::vector<UploadRecipe> kept;
+    for (auto& recipe : decoded) {
+        const bool idTaken = std::any_of(kept.begin(), kept.end(),
+                                         [&recipe](const UploadRecipe& other) { return other.id() == recipe.id(); });
+        if (recipe.isValid() && !idTaken && kept.size() < kMaxRecipes) kept.push_back(std::move(recipe));
+    }
+    return kept;
 }
 
 bool hasVisibleText(const std::string& text) {

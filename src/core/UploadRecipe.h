@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include <nlohmann/json_fwd.hpp>
@@ -13,6 +14,10 @@ namespace parcelo {
 
 // A recipe's name may be at most this many user-perceived characters long.
 inline constexpr std::size_t kLongestRecipeName = 40;
+// The library holds at most this many recipes; a stored library longer than this many bytes
+// is ignored unread.
+inline constexpr std::size_t kMaxRecipes = 20;
+inline constexpr std::size_t kLongestStoredRecipes = 100'000;
 
 // A named set of requirements that the user saves once and chooses again later.
 class UploadRecipe {
@@ -39,6 +44,11 @@ private:
     std::string name_;
     FitSettings settings_;
 };
+
+// The library stored under "uploadRecipes.v1": its valid recipes in order, the first of each id,
+// at most 20. Empty when the bytes are oversized, malformed or hold one unreadable recipe;
+// damage never throws.
+std::vector<UploadRecipe> restoredRecipes(std::string_view stored);
 
 // The number of user-perceived characters (extended grapheme clusters) of UTF-8 text.
 std::size_t characterCount(const std::string& text);
