@@ -1,6 +1,5 @@
 #include "AppModel.h"
 
-#include <filesystem>
 #include <system_error>
 
 #include <QDir>
@@ -12,6 +11,7 @@
 #include "AppModelTasks.h"
 #include "BatchTexts.h"
 #include "PathText.h"
+#include "WorkingFolder.h"
 
 namespace parcelo {
 
@@ -58,9 +58,7 @@ AppModel::~AppModel() {
 
 void AppModel::makeWorkingFolder() {
     cache_ = QDir(QDir::tempPath()).filePath(QStringLiteral("Parcelo-") + uuidText(QUuid::createUuid()));
-    std::error_code error;
-    std::filesystem::create_directories(toFsPath(cache_), error);
-    if (error) setMessage(BatchTexts::workingFolderFailed(QString::fromStdString(error.message())));
+    if (const auto failure = WorkingFolder::create(cache_)) setMessage(BatchTexts::workingFolderFailed(*failure));
 }
 
 ThumbnailProvider* AppModel::makeThumbnailProvider() const { return new ThumbnailProvider(thumbnails_); }
@@ -253,15 +251,12 @@ AppModel::InspectionCopy AppModel::inspectionCopy(const QUuid& id) {
     if (!found || !items()[*found].output) return {std::nullopt, errorText(std::errc::no_such_file_or_directory)};
     const ImageItem& item = items()[*found];
     const QString folder = QDir(cache_).filePath(QStringLiteral("Inspection"));
-    std::error_code error;
-    std::filesystem::create_directories(toFsPath(folder), error);
-    if (error) return {std::nullopt, QString::fromStdString(error.message())};
+    if (const auto failure = WorkingFolder::createSubfolder(folder)) return {std::nullopt, *failure};
     const QString name = uuidText(QUuid::createUuid()) + QLatin1Char('-') +
                          firstCharacters(stemOf(item.fileName()), kInspectionStemCharacters) + QLatin1Char('.') +
                          item.fileExtension;
     const QString target = QDir(folder).filePath(name);
-    std::filesystem::copy_file(toFsPath(*item.output), toFsPath(target), error);
-    if (error) return {std::nullopt, QString::fromStdString(error.message())};
+    if (const auto failure = WorkingFolder::copyPrivately(*item.output, target)) return {std::nullopt, *failure};
     return {target, QString()};
 }
 

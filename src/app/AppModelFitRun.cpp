@@ -4,7 +4,6 @@
 
 #include <QDir>
 #include <QFile>
-#include <QSaveFile>
 
 #include "AppModel.h"
 #include "AppModelTasks.h"
@@ -14,6 +13,7 @@
 #include "FitError.h"
 #include "ImageFitter.h"
 #include "PathText.h"
+#include "WorkingFolder.h"
 
 namespace parcelo {
 
@@ -61,16 +61,6 @@ std::optional<QString> saveInBackground(const ImageItem& item, const FitSettings
     } catch (const std::exception& error) {
         return QString::fromUtf8(error.what());
     }
-    return std::nullopt;
-}
-
-// Writes the copy atomically; the reason when it cannot.
-std::optional<QString> writeAtomically(const QString& path, const std::vector<std::uint8_t>& data) {
-    QSaveFile file(path);
-    if (!file.open(QIODevice::WriteOnly)) return file.errorString();
-    const auto size = static_cast<qint64>(data.size());
-    if (file.write(reinterpret_cast<const char*>(data.data()), size) != size || !file.commit())
-        return file.errorString();
     return std::nullopt;
 }
 
@@ -129,7 +119,7 @@ void AppModel::startFitJob(const std::shared_ptr<FitRun>& run) {
             std::optional<QString> error = outcome.error;
             const bool cancelled = outcome.result ? run->stop.stop_requested() : !error;
             if (!cancelled && outcome.result) {
-                error = writeAtomically(QDir(cache_).filePath(uuidText(items()[position].id) + QLatin1Char('.') +
+                error = WorkingFolder::writeCopy(QDir(cache_).filePath(uuidText(items()[position].id) + QLatin1Char('.') +
                                                               QString::fromStdString(outcome.result->fileExtension)),
                                         outcome.result->data);
                 if (!error) applyFitResult(position, *outcome.result);

@@ -1,9 +1,13 @@
 // The fit run, saving fitted copies, the working folder, crops and inspection copies.
 
+#include <sys/stat.h>
+
 #include <QRegularExpression>
 #include <QtTest>
 
 #include "AppTestSupport.h"
+#include "FileSizeLimit.h"
+#include "WorkingFolder.h"
 
 using namespace parcelo;
 using namespace parcelo::test;
@@ -30,6 +34,12 @@ QStringList threeImages(ModelSandbox& sandbox) {
         writeImage(paths.last(), 600, 400);
     }
     return paths;
+}
+
+// The permission bits of a file or folder, as `ls -l` shows them.
+int modeOf(const QString& path) {
+    struct stat status {};
+    return ::lstat(QFile::encodeName(path).constData(), &status) == 0 ? static_cast<int>(status.st_mode & 07777) : -1;
 }
 
 QString savedFolder(ModelSandbox& sandbox) {
@@ -239,6 +249,76 @@ private slots:
                                                  "format check. No copy was marked ready."));
         QCOMPARE(model.exportedDirectory(), folder);
         QCOMPARE(filesIn(folder).size(), 2);
+    }
+
+    // Other users of the machine can read nothing of the working folder, and nothing planted at
+    // its name is used; saved copies get the modes of any new file of the user.
+    void theWorkingFolderIsTheUsersAloneAndSavedCopiesFollowTheUmask() {
+        ModelSandbox sandbox;
+        const mode_t userMask = ::umask(022);
+        AppModel& model = sandbox.model();
+        QCOMPARE(modeOf(model.cache()), 0700);
+        QVERIFY(addAndLoad(model, threeImages(sandbox).mid(0, 1)));
+        QVERIFY(runFit(model));
+        QCOMPARE(modeOf(*model.items()[0].output), 0600);
+        const auto inspection = model.inspectionCopy(model.items()[0].id);
+        QVERIFY2(inspection.location, qPrintable(inspection.error));
+        QCOMPARE(modeOf(*inspection.location), 0600);
+        QCOMPARE(modeOf(QFileInfo(*inspection.location).absolutePath()), 0700);
+        const QString folder = savedFolder(sandbox);
+        QVERIFY(exportInto(model, folder));
+        ::umask(027);
+        QVERIFY(exportInto(model, folder));
+        ::umask(userMask);
+        QCOMPARE(modeOf(QDir(folder).filePath(QStringLiteral("one-parcelo.jpg"))), 0644);
+        QCOMPARE(modeOf(QDir(folder).filePath(QStringLiteral("one-parcelo-2.jpg"))), 0640);
+
+        const QString plantedFolder = sandbox.path(QStringLiteral("tmp/Parcelo-planted"));
+        const QString plantedLink = sandbox.path(QStringLiteral("tmp/Parcelo-link"));
+        QVERIFY(QDir().mkpath(plantedFolder));
+        QVERIFY(QFile::link(sandbox.path(QStringLiteral("files")), plantedLink));
+        const int filesMode = modeOf(sandbox.path(QStringLiteral("files")));
+        for (const QString& planted : {plantedFolder, plantedLink})
+            QCOMPARE(WorkingFolder::create(planted), QStringLiteral("File exists"));
+        QCOMPARE(modeOf(sandbox.path(QStringLiteral("files"))), filesMode);
+    }
+
+    // The disk fills up halfway through every copy: nothing is left under a copy's name, each
+    // image says why, and the same save succeeds once there is room again.
+    void aSaveThatFailsMidwayLeavesNoPartialFileAndCanBeRepeated() {
+        ModelSandbox sandbox;
+        AppModel& model = sandbox.model();
+        QVERIFY(addAndLoad(model, threeImages(sandbox).mid(0, 2)));
+        QVERIFY(runFit(model));
+        const QString folder = savedFolder(sandbox);
+        {
+            const FileSizeLimit diskFull(static_cast<rlim_t>(model.items()[0].outputBytes / 2));
+            QVERIFY(exportInto(model, folder));
+        }
+        QCOMPARE(model.message(), QStringLiteral("Saved 0 of 2. one.jpg: File too large • two.jpg: File too large"));
+        QVERIFY(!model.exportedDirectory());
+        QCOMPARE(QDir(folder).entryList(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot),
+                 QStringList());
+        QCOMPARE(model.readyCount(), 2);
+        QVERIFY(exportInto(model, folder));
+        QCOMPARE(model.message(), QStringLiteral("Saved 2 fitted copies. Your originals are untouched."));
+        QCOMPARE(contents(QDir(folder).filePath(QStringLiteral("two-parcelo.jpg"))), contents(*model.items()[1].output));
+    }
+
+    // Between adding and fitting one source was deleted and one overwritten with text: each fails
+    // with its reason, and the run goes on to the image after them.
+    void sourcesGoneOrChangedBeforeTheirFitFailAndTheRunGoesOn() {
+        ModelSandbox sandbox;
+        AppModel& model = sandbox.model();
+        const QStringList paths = threeImages(sandbox);
+        QVERIFY(addAndLoad(model, paths));
+        QVERIFY(QFile::remove(paths[0]));
+        writeText(paths[1], "overwritten with notes");
+        QVERIFY(runFit(model));
+        QCOMPARE(model.items()[0].state, kUnreadable);
+        QCOMPARE(model.items()[1].state, kUnreadable);
+        QVERIFY(model.items()[2].isReady());
+        QCOMPARE(model.message(), QStringLiteral("1 ready to save. 2 couldn’t fit; see each image for details."));
     }
 
     // ---- Inspection copies ----

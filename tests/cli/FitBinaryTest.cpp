@@ -1,6 +1,7 @@
 // parcelo-fit as a user runs it: its own process, real images, real signals.
 #include <chrono>
 #include <map>
+#include <optional>
 #include <set>
 #include <thread>
 
@@ -8,6 +9,7 @@
 #include <nlohmann/json.hpp>
 
 #include "CliTestSupport.h"
+#include "FileSizeLimit.h"
 #include "FitCommand.h"
 #include "FitError.h"
 #include "TestSupport.h"
@@ -88,6 +90,69 @@ TEST(FitBinary, WholeCorpusRunTwiceIntoOneFolder) {
         if (!std::binary_search(firstFiles.begin(), firstFiles.end(), out / secondName)) {
             EXPECT_EQ(copy.filename(), secondName);
         }
+    }
+}
+
+// Generated photos a.jpg, b.jpg … in the scratch folder; their paths.
+std::vector<std::string> smallPhotos(const TempFolder& scratch, int count) {
+    std::vector<std::string> paths;
+    for (int i = 0; i < count; ++i) {
+        paths.push_back((scratch / (std::string(1, static_cast<char>('a' + i)) + ".jpg")).string());
+        writeImage(paths.back(), 400, 300);
+    }
+    return paths;
+}
+
+// The disk fills up midway through each copy: nothing is left under a copy's name, each image
+// says why, and a second run saves them whole.
+TEST(FitBinary, ACopyCutShortByAFullDiskLeavesNothing) {
+    TempFolder scratch;
+    const std::vector<std::string> photos = smallPhotos(scratch, 2);
+    const fs::path out = scratch / "out";
+    fs::create_directory(out);
+    std::vector<std::string> arguments{"--out", out.string()};
+    arguments.insert(arguments.end(), photos.begin(), photos.end());
+    std::optional<FitProcess> full;
+    {
+        const FileSizeLimit diskFull(4'000);  // inherited by the process started now
+        full.emplace(arguments, scratch.path());
+    }
+    EXPECT_EQ(full->wait(), kExitSomeFailed);
+    EXPECT_EQ(linesOf(full->out()), (std::vector<std::string>{"a.jpg: Couldn\u2019t save the copy: File too large",
+                                                              "b.jpg: Couldn\u2019t save the copy: File too large",
+                                                              "Saved 0 of 2 copies \u00b7 2 failed"}));
+    EXPECT_TRUE(filesIn(out).empty());
+
+    FitProcess room(arguments, scratch.path());
+    EXPECT_EQ(room.wait(), kExitAllSaved) << room.out();
+    EXPECT_EQ(filesIn(out), (std::vector<fs::path>{out / "a-parcelo.jpg", out / "b-parcelo.jpg"}));
+}
+
+// Two runs save copies of the same photos into one folder at the same moment: every copy gets a
+// name of its own, and each is whole.
+TEST(FitBinary, TwoRunsSavingIntoOneFolderAtOnceNeverOverwriteEachOther) {
+    TempFolder scratch;
+    const std::vector<std::string> photos = smallPhotos(scratch, 4);
+    const fs::path out = scratch / "out";
+    std::vector<std::string> arguments{"--out", out.string()};
+    arguments.insert(arguments.end(), photos.begin(), photos.end());
+    fs::create_directories(scratch / "first");
+    fs::create_directories(scratch / "second");
+    FitProcess first(arguments, scratch / "first");
+    FitProcess second(arguments, scratch / "second");
+    EXPECT_EQ(first.wait(), kExitAllSaved) << first.err();
+    EXPECT_EQ(second.wait(), kExitAllSaved) << second.err();
+
+    std::vector<fs::path> expected;
+    for (const char stem : std::string("abcd"))
+        for (const char* suffix : {"-parcelo-2.jpg", "-parcelo.jpg"}) expected.push_back(out / (std::string(1, stem) + suffix));
+    std::sort(expected.begin(), expected.end());
+    ASSERT_EQ(filesIn(out), expected);
+    for (const char stem : std::string("abcd")) {
+        const std::string copy = readText(out / (std::string(1, stem) + "-parcelo.jpg"));
+        EXPECT_EQ(readText(out / (std::string(1, stem) + "-parcelo-2.jpg")), copy) << stem;
+        EXPECT_GT(copy.size(), 1'000u);
+        EXPECT_EQ(copy.substr(copy.size() - 2), "\xFF\xD9") << stem;  // the end-of-image marker
     }
 }
 
