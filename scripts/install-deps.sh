@@ -14,7 +14,11 @@ packages=(
   qt6-base-dev qt6-declarative-dev qml6-module-qtquick qml6-module-qtquick-controls
   qml6-module-qtquick-dialogs qml6-module-qtquick-layouts qml6-module-qtquick-templates
   qml6-module-qtquick-window qml6-module-qtqml-workerscript qml6-module-qtquick-shapes
-  qt6-qpa-plugins breeze-icon-theme
+  qt6-qpa-plugins breeze-icon-theme libqt6svg6
+  # Qt's own file and folder dialogs, used where the desktop offers no Qt 6 platform theme
+  qml6-module-qt-labs-folderlistmodel
+  # desktop integration: validators for the desktop entry and AppStream data, the .deb's dependencies
+  desktop-file-utils appstream dpkg-dev
   # benchmarks and test tools
   imagemagick time jq
 )

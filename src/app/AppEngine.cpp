@@ -4,6 +4,8 @@
 
 #include <QJSEngine>
 
+#include "AppLinks.h"
+
 namespace parcelo {
 
 namespace {
@@ -22,7 +24,11 @@ QObject* modelOfEngine(QQmlEngine* engine, QJSEngine*) {
 
 void prepareEngine(QQmlEngine& engine, AppModel& model) {
     static std::once_flag registered;
-    std::call_once(registered, [] { qmlRegisterSingletonType<AppModel>("Parcelo.Model", 1, 0, "AppModel", modelOfEngine); });
+    std::call_once(registered, [] {
+        qmlRegisterSingletonType<AppModel>("Parcelo.Model", 1, 0, "AppModel", modelOfEngine);
+        qmlRegisterSingletonType<AppLinks>("Parcelo.Model", 1, 0, "AppLinks",
+                                           [](QQmlEngine*, QJSEngine*) -> QObject* { return new AppLinks; });
+    });
     engine.setProperty(kModelProperty, QVariant::fromValue<QObject*>(&model));
     engine.addImageProvider(QStringLiteral("thumbnails"), model.makeThumbnailProvider());
     // Qt 6.4 has no default import path for modules built into the resources.

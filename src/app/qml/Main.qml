@@ -4,14 +4,20 @@ import QtQuick.Dialogs
 import QtQuick.Layouts
 import Parcelo.Model
 
-// The one window: for now the product name, the batch counts and the main actions.
+// The one window: its menus, the open and save dialogs the model asks for, and the About box.
 ApplicationWindow {
     id: root
 
-    width: 960
+    width: 900
     height: 640
+    minimumWidth: 860
+    minimumHeight: 600
     visible: true
     title: "Parcelo"
+
+    menuBar: AppMenuBar {
+        onAboutRequested: aboutDialog.open()
+    }
 
     ColumnLayout {
         anchors.centerIn: parent
@@ -76,18 +82,28 @@ ApplicationWindow {
     FileDialog {
         id: fileDialog
 
+        objectName: "chooseFilesDialog"
         title: "Choose images or folders"
         fileMode: FileDialog.OpenFiles
-        nameFilters: ["Images (*.jpg *.jpeg *.jpe *.jfif *.png *.heic *.heif *.tif *.tiff *.bmp *.gif)"]
+        // Both cases: Qt's own dialog matches names case-sensitively.
+        nameFilters: ["Images (*.jpg *.jpeg *.jpe *.jfif *.png *.heic *.heif *.tif *.tiff *.bmp *.gif "
+                      + "*.JPG *.JPEG *.JPE *.JFIF *.PNG *.HEIC *.HEIF *.TIF *.TIFF *.BMP *.GIF)"]
         onAccepted: AppModel.add(selectedFiles)
     }
 
     FolderDialog {
         id: folderDialog
 
+        objectName: "exportFolderDialog"
         title: "Save fitted copies"
         acceptLabel: "Save here"
         onAccepted: AppModel.exportTo(selectedFolder)
+    }
+
+    AboutDialog {
+        id: aboutDialog
+
+        objectName: "aboutDialog"
     }
 
     Connections {

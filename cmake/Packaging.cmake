@@ -1,0 +1,24 @@
+# `make package`: a Debian package of Parcelo. The shared libraries it links come from
+# dpkg-shlibdeps; what it loads at run time without linking (QML modules, the platform and
+# image plugins, the icons and the font) is named here.
+set(CPACK_GENERATOR DEB)
+set(CPACK_PACKAGE_NAME parcelo)
+set(CPACK_PACKAGE_VENDOR Parcelo)
+set(CPACK_PACKAGE_CONTACT "Parcelo <support@parcelo.app>")
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "Upload-ready copies of images within a size limit")
+set(CPACK_PACKAGE_DESCRIPTION "Parcelo makes upload-ready copies of whole batches of images:
+a size limit, a largest edge or exact pixels, JPEG or PNG, no metadata, originals untouched.
+Includes parcelo-fit, the same engine for scripts.")
+set(CPACK_PACKAGE_HOMEPAGE_URL https://parcelo.app)
+set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
+set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
+set(CPACK_DEBIAN_PACKAGE_SECTION graphics)
+set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
+set(PARCELO_RUNTIME_PACKAGES
+  qml6-module-qtquick qml6-module-qtquick-controls qml6-module-qtquick-dialogs
+  qml6-module-qtquick-layouts qml6-module-qtquick-templates qml6-module-qtquick-window
+  qml6-module-qtqml-workerscript qml6-module-qtquick-shapes qml6-module-qt-labs-folderlistmodel
+  qml6-module-qtcore qml6-module-qt5compat-graphicaleffects
+  qt6-qpa-plugins libqt6svg6 breeze-icon-theme fonts-inter)
+list(JOIN PARCELO_RUNTIME_PACKAGES ", " CPACK_DEBIAN_PACKAGE_DEPENDS)
+include(CPack)

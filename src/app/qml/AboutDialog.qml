@@ -1,0 +1,54 @@
+import QtQuick
+import QtQuick.Controls
+import QtQuick.Layouts
+import Parcelo.Model
+
+// "About Parcelo": the mark, the name, the version and the product's promise.
+Dialog {
+    id: root
+
+    title: "About Parcelo"
+    modal: true
+    standardButtons: Dialog.Ok
+    anchors.centerIn: parent
+    width: 340
+
+    ColumnLayout {
+        anchors.left: parent.left
+        anchors.right: parent.right
+        spacing: 10
+
+        Image {
+            Layout.alignment: Qt.AlignHCenter
+            source: "qrc:/icons/app.parcelo.Parcelo.svg"
+            sourceSize: Qt.size(72, 72)
+            Accessible.ignored: true
+        }
+        Label {
+            Layout.alignment: Qt.AlignHCenter
+            text: "Parcelo"
+            font.pixelSize: 20
+            font.weight: Font.DemiBold
+        }
+        Label {
+            objectName: "aboutVersion"
+            Layout.alignment: Qt.AlignHCenter
+            text: "Version " + AppLinks.version
+            opacity: 0.7
+        }
+        Label {
+            Layout.fillWidth: true
+            horizontalAlignment: Text.AlignHCenter
+            wrapMode: Text.WordWrap
+            text: "Upload-ready copies of your images, within the limits of any upload form. "
+                  + "Your images never leave this computer."
+        }
+        Label {
+            Layout.alignment: Qt.AlignHCenter
+            text: "<a href=\"" + AppLinks.website + "\">parcelo.app</a>"
+            onLinkActivated: link => Qt.openUrlExternally(link)
+
+            HoverHandler { cursorShape: Qt.PointingHandCursor }
+        }
+    }
+}
