@@ -7,6 +7,7 @@
 
 #include <vips/vips8>
 
+#include "CancellationCheck.h"
 #include "CropPosition.h"
 #include "FitError.h"
 #include "FitGeometry.h"
@@ -14,10 +15,6 @@
 // The search for the best copy of a decoded image: the largest size first, and at that size
 // the highest JPEG quality, that meets the byte limit.
 namespace parcelo::detail {
-
-inline void throwIfStopped(const std::stop_token& stopToken) {
-    if (stopToken.stop_requested()) throw CancellationError();
-}
 
 struct Found {
     std::vector<std::uint8_t> data;

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <memory>
 
+#include "CancellationCheck.h"
 #include "Encoding.h"
 #include "FitSearch.h"
 #include "FitGeometry.h"
@@ -41,7 +42,7 @@ bool mayStream(const VImage& scaled, const FitSettings& settings) {
 FitResult fit(const std::filesystem::path& path, const FitSettings& settings, const CropPosition& crop,
               std::stop_token stopToken) {
     if (!settings.isValid() || !crop.isValid()) throw FitError(FitError::Case::invalidSettings);
-    detail::throwIfStopped(stopToken);
+    throwIfStopped(stopToken);
     const ValidatedSource source = detail::validatedSource(path);
     const std::int64_t decodeEdge = decodeEdgeFor(source, settings);
 
@@ -123,11 +124,11 @@ void verify(const FitResult& result, const FitSettings& settings) {
 }
 
 Bitmap preview(const std::filesystem::path& path, std::int64_t maxEdge, std::stop_token stopToken) {
-    detail::throwIfStopped(stopToken);
+    throwIfStopped(stopToken);
     const ValidatedSource source = detail::validatedSource(path);
     const std::int64_t edge = std::clamp(maxEdge, kSmallestPreviewEdge, kLargestPreviewEdge);
     const VImage decoded = detail::scaledDecode(source, edge);
-    detail::throwIfStopped(stopToken);
+    throwIfStopped(stopToken);
 
     const VImage display = detail::withAlphaForDisplay(decoded);
     Bitmap bitmap{display.width(), display.height(), {}};

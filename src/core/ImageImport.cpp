@@ -9,6 +9,7 @@
 #include <unicode/locid.h>
 #include <unicode/stringpiece.h>
 
+#include "CancellationCheck.h"
 #include "FitError.h"
 
 namespace parcelo {
@@ -123,9 +124,7 @@ private:
     std::stop_token stopToken_;
 };
 
-void Scan::checkCancellation() const {
-    if (stopToken_.stop_requested()) throw CancellationError();
-}
+void Scan::checkCancellation() const { throwIfStopped(stopToken_); }
 
 void Scan::countExamined() {
     if (examined_ + 1 > ImageImport::kMaxExaminedEntries) throw TooManyEntriesError();

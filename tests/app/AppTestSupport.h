@@ -1,8 +1,12 @@
 #pragma once
 
+#include <atomic>
+#include <chrono>
 #include <functional>
 #include <memory>
 #include <optional>
+#include <semaphore>
+#include <vector>
 
 #include <QDeadlineTimer>
 #include <QDir>
@@ -16,6 +20,7 @@
 #include <QUrl>
 
 #include "AppModel.h"
+#include "CancellationCheck.h"
 
 namespace parcelo::test {
 
@@ -76,6 +81,37 @@ bool waitUntil(const AppModel& model, Signal signal, const std::function<bool()>
     }
     return true;
 }
+
+// Holds background work at the engine's cancellation checks: the n-th check to come (counted
+// from when the gates are made, on any thread) waits at gate n until the test lets it go on;
+// later checks pass. Make the gates before the model, so that they outlive every job.
+class CheckGates {
+public:
+    explicit CheckGates(int count) : gates_(static_cast<std::size_t>(count)) {}
+
+    // Waits until work stands at gate n (from 1); false when none came within the guard time.
+    bool reached(int n) { return gates_.at(static_cast<std::size_t>(n - 1)).arrived.try_acquire_for(kGuard); }
+    void release(int n) { gates_.at(static_cast<std::size_t>(n - 1)).go.release(); }
+
+private:
+    struct Gate {
+        std::binary_semaphore arrived{0};
+        std::binary_semaphore go{0};
+    };
+    // Guards a test that failed while work was held: the work goes on in the end.
+    static constexpr std::chrono::minutes kGuard{2};
+
+    void hold() {
+        const auto n = static_cast<std::size_t>(checks_.fetch_add(1));
+        if (n >= gates_.size()) return;
+        gates_[n].arrived.release();
+        [[maybe_unused]] const bool released = gates_[n].go.try_acquire_for(kGuard);
+    }
+
+    std::vector<Gate> gates_;
+    std::atomic<int> checks_{0};
+    CancellationCheckHook hook_{[this] { hold(); }};  // last: gone before the gates are
+};
 
 // A real model over a private preferences file and a private temporary directory, so
 // that its working folder lands where the test can see it.

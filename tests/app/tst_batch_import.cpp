@@ -191,13 +191,17 @@ private slots:
         for (int sub = 0; sub < 20; ++sub) makeImages(QDir(folder).filePath(QString::number(sub)), 20, sub * 100);
         model.add(urls({folder}));
         QVERIFY(model.scanning());
+        // The expansion's watcher is the model's child, deleted once it has handed the outcome over.
+        auto* expansion = model.findChild<QFutureWatcherBase*>();
+        QVERIFY(expansion);
+        QSignalSpy handedOver(expansion, &QObject::destroyed);
         model.clear();
         QVERIFY(!model.scanning());
         QVERIFY(!model.importing());
         QSignalSpy items(&model, &AppModel::itemsChanged);
         QSignalSpy scanning(&model, &AppModel::scanningChanged);
         QSignalSpy importing(&model, &AppModel::importingChanged);
-        QTest::qWait(1500);  // longer than the walk of 400 small files takes
+        QVERIFY(handedOver.wait(120'000));
         QCOMPARE(items.count(), 0);
         QCOMPARE(scanning.count(), 0);
         QCOMPARE(importing.count(), 0);
@@ -268,18 +272,23 @@ private slots:
     }
 
     void anUnreadableFileKeepsItsStateWhileARunHandlesIt() {
-        REQUIRE_CORPUS();
+        std::optional<CheckGates> gates;
         ModelSandbox sandbox;
         AppModel& model = sandbox.model();
-        writeText(sandbox.file(QStringLiteral("broken.jpg")), "nothing");
-        model.add(urls({corpusFile(QStringLiteral("photos/Flow-5120x2880.jpg")), sandbox.file(QStringLiteral("broken.jpg"))}));
+        QVERIFY(!addPhoto(sandbox).isEmpty());
+        const QString broken = sandbox.file(QStringLiteral("broken.jpg"));
+        writeText(broken, "nothing");
+        gates.emplace(2);  // 1: the broken file's thumbnail; 2: the fit of the photo, first in the run
+        model.add(urls({broken}));
+        QVERIFY(gates->reached(1));
         model.fit(false);
-        QVERIFY(model.busy());
+        QVERIFY(gates->reached(2));
+        gates->release(1);
         QVERIFY(thumbnailsDone(model));
-        if (model.busy()) {  // the thumbnail's failure must not mark an image the run owns
-            QVERIFY(!model.items()[1].failed);
-            QCOMPARE(model.items()[1].state, QStringLiteral("Ready"));
-        }
+        QVERIFY(model.busy());  // the thumbnail's failure must not mark an image the run owns
+        QVERIFY(!model.items()[1].failed);
+        QCOMPARE(model.items()[1].state, QStringLiteral("Ready"));
+        gates->release(2);
         QVERIFY(runDone(model));
         QVERIFY(model.items()[1].failed);
         QCOMPARE(model.items()[1].state, kUnreadable);

@@ -119,17 +119,27 @@ private slots:
     }
 
     void pausingDuringTheSecondOfThreeImages() {
-        REQUIRE_CORPUS();
+        std::optional<CancellationCheckHook> hook;
+        std::atomic<int> checks{0};
         ModelSandbox sandbox;
         AppModel& model = sandbox.model();
-        model.add(urls({corpusFile(QStringLiteral("photos/Garden.jpg")), corpusFile(QStringLiteral("photos/Flow-5120x2880.jpg")),
-                        corpusFile(QStringLiteral("photos/Volna-5120x2880.jpg"))}));
-        model.setTargetKB(50);
+        QVERIFY(addAndLoad(model, threeImages(sandbox)));
+        model.setTargetKB(10);  // a search of several steps for each image
         model.settingsChanged();
+        // The user pauses while the second image's search stands at its second check, and the
+        // window's call reaches the model before that check runs.
+        const auto pauseAtSecondCheck = [&checks, &model] {
+            if (++checks == 2)
+                QMetaObject::invokeMethod(&model, [&model] { model.pause(); }, Qt::BlockingQueuedConnection);
+        };
+        const auto secondStarted = connect(&model, &AppModel::itemsChanged, this, [&] {
+            if (!hook && model.items()[1].state == kFitting) hook.emplace(pauseAtSecondCheck);
+        });
         model.fit(false);
-        QVERIFY(waitUntil(model, &AppModel::itemsChanged, [&model] { return model.items()[1].state == kFitting; }));
-        model.pause();
         QVERIFY(runDone(model));
+        disconnect(secondStarted);
+        hook.reset();
+        QCOMPARE(checks.load(), 2);  // the search ended at the check after the pause
         QVERIFY2(model.items()[0].isReady(), qPrintable(model.items()[0].state));
         QCOMPARE(model.items()[1].state, QStringLiteral("Paused · ready to resume"));
         QVERIFY(model.items()[1].isPending());

@@ -180,7 +180,22 @@ TEST_F(FitCommandTest, JsonLinesDescribeEachImage) {
     EXPECT_EQ(run.err.rfind("Saved 1 of 2 copies \u00b7 1 failed \u00b7 ", 0), 0u) << run.err;  // stdout is left to JSON
 }
 
-TEST_F(FitCommandTest, StopBeforeTheStartSavesNothing) {
+// Output that asks the run to stop the moment its first whole line is written.
+class StopAtFirstLine : public std::stringbuf {
+public:
+    explicit StopAtFirstLine(std::stop_source stop) : stop_(std::move(stop)) {}
+
+protected:
+    int sync() override {
+        if (str().find('\n') != std::string::npos) stop_.request_stop();
+        return 0;
+    }
+
+private:
+    std::stop_source stop_;
+};
+
+TEST_F(FitCommandTest, AStopSavesNothingMoreAfterTheCopyInHand) {
     std::stop_source stop;
     stop.request_stop();
     const CommandRun files = fitCommand({"--out", out(), source("wide.jpg"), source("tall.png")}, stop.get_token());
@@ -191,6 +206,23 @@ TEST_F(FitCommandTest, StopBeforeTheStartSavesNothing) {
     const CommandRun folder = fitCommand({"--out", out(), folder_.path().string()}, stop.get_token());
     EXPECT_EQ(folder.status, kExitStopped);
     EXPECT_EQ(folder.out, "Stopped before any image was fitted\n");
+
+    // Stopped while the first copy's line is written, whatever the other job has fitted by then:
+    // that copy is kept, and nothing after it is saved.
+    std::stop_source midway;
+    StopAtFirstLine firstLine(midway);
+    std::ostream runOut(&firstLine);
+    std::ostringstream runErr;
+    const int status = runFitCommand({"--jobs", "2", "--out", out(), source("wide.jpg"), source("tall.png"),
+                                      source("notes.jpg")},
+                                     {runOut, runErr, false}, midway.get_token());
+    EXPECT_EQ(status, kExitStopped);
+    const std::vector<std::string> lines = linesOf(firstLine.str());
+    ASSERT_EQ(lines.size(), 2u) << firstLine.str();
+    EXPECT_EQ(lines[0], expectedLine("wide.jpg", copy("wide-parcelo.jpg"), "JPG"));
+    EXPECT_EQ(lines[1].rfind("Stopped. Saved 1 of 3 copies before the stop", 0), 0u) << lines[1];
+    EXPECT_EQ(filesIn(out()), std::vector<fs::path>{copy("wide-parcelo.jpg")});
+    EXPECT_EQ(runErr.str(), "");
 }
 
 TEST(FitSummary, SaysWhatWasSavedFailedAndGained) {

@@ -1,11 +1,8 @@
 #include <sys/stat.h>
 
-#include <atomic>
-#include <chrono>
-#include <thread>
-
 #include <gtest/gtest.h>
 
+#include "CancellationCheck.h"
 #include "Encoding.h"
 #include "ImageFitter.h"
 #include "TestImages.h"
@@ -213,22 +210,26 @@ TEST(Cancellation, AStoppedTaskNeverStartsAndAStopMidSearchEndsIt) {
                  CancellationError);
     EXPECT_THROW(ImageFitter::preview(folder / "missing.jpg", 100, stopped.get_token()), CancellationError);
 
-    // A big noisy PNG at a tiny limit walks many sizes; stop it while it works.
-    save(photoLike(3'000, 3'000), folder / "big.png");
+    // A photo at a small limit walks several sizes and qualities. Count the checks of a whole
+    // fit, then stop the same fit at a check halfway through its search.
+    save(photoLike(1'200, 900), folder / "photo.png");
+    const auto fitPhoto = [&](std::stop_token stopToken) {
+        ImageFitter::fit(folder / "photo.png", sizeSettings(20'000, 0), {}, std::move(stopToken));
+    };
+    int wholeFit = 0;
+    {
+        const CancellationCheckHook counting([&wholeFit] { ++wholeFit; });
+        fitPhoto({});
+    }
+    ASSERT_GE(wholeFit, 4) << "the search must have steps to stop between";
     std::stop_source source;
-    std::atomic<bool> cancelled{false};
-    std::thread worker([&] {
-        try {
-            ImageFitter::fit(folder / "big.png", sizeSettings(10'000, 0, OutputFormat::png), {}, source.get_token());
-        } catch (const CancellationError&) {
-            cancelled = true;
-        } catch (const FitError&) {
-        }
+    int checks = 0;
+    const CancellationCheckHook stopping([&] {
+        if (++checks == wholeFit / 2) source.request_stop();
     });
-    std::this_thread::sleep_for(std::chrono::milliseconds(300));
-    source.request_stop();
-    worker.join();
-    EXPECT_TRUE(cancelled) << "a stop must end the fit with the cancellation signal, not a FitError";
+    EXPECT_THROW(fitPhoto(source.get_token()), CancellationError)
+        << "a stop must end the fit with the cancellation signal, not a FitError or a copy";
+    EXPECT_EQ(checks, wholeFit / 2) << "the fit must end at the check that saw the stop";
 }
 
 TEST(Verify, ChecksBytesPixelsAndFormatAgainstTheRequirements) {

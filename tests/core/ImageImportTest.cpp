@@ -11,6 +11,7 @@
 
 #include <gtest/gtest.h>
 
+#include "CancellationCheck.h"
 #include "FitError.h"
 #include "TestImages.h"
 
@@ -232,6 +233,17 @@ TEST_F(ImageImportTest, CancelledScanEndsWithCancellation) {
     stop.request_stop();
     EXPECT_THROW(ImageImport::expand({root_ / "photos"}, {}, kNoLimit, stop.get_token()), CancellationError);
     EXPECT_THROW(ImageImport::expand({root_ / "photos/a.jpg"}, {}, kNoLimit, stop.get_token()), CancellationError);
+
+    // A stop between two entries of a folder ends the walk there, with nothing handed back.
+    file("photos/b.jpg");
+    file("photos/c.jpg");
+    std::stop_source midway;
+    int checks = 0;  // the folder itself, then one per entry
+    const CancellationCheckHook stopAtSecondEntry([&] {
+        if (++checks == 3) midway.request_stop();
+    });
+    EXPECT_THROW(ImageImport::expand({root_ / "photos"}, {}, kNoLimit, midway.get_token()), CancellationError);
+    EXPECT_EQ(checks, 3);
 }
 
 }  // namespace
