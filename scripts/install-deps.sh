@@ -8,13 +8,15 @@ packages=(
   cmake g++ make pkg-config
   # engine
   libvips-dev libvips-tools libicu-dev nlohmann-json3-dev
-  # tests
-  libgtest-dev libgmock-dev
+  # tests (the view tests draw through OpenGL on a virtual X server)
+  libgtest-dev libgmock-dev xvfb
   # application
   qt6-base-dev qt6-declarative-dev qml6-module-qtquick qml6-module-qtquick-controls
   qml6-module-qtquick-dialogs qml6-module-qtquick-layouts qml6-module-qtquick-templates
   qml6-module-qtquick-window qml6-module-qtqml-workerscript qml6-module-qtquick-shapes
-  qt6-qpa-plugins breeze-icon-theme libqt6svg6
+  qt6-qpa-plugins
+  # the look: Inter, Breeze symbols drawn through Qt's SVG plugins, shadows and gradients
+  fonts-inter breeze-icon-theme libqt6svg6 qml6-module-qt5compat-graphicaleffects
   # Qt's own file and folder dialogs, used where the desktop offers no Qt 6 platform theme
   qml6-module-qt-labs-folderlistmodel
   # desktop integration: validators for the desktop entry and AppStream data, the .deb's dependencies

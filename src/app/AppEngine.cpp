@@ -2,7 +2,14 @@
 
 #include <mutex>
 
+#include <QFont>
+#include <QFontDatabase>
+#include <QGuiApplication>
+#include <QIcon>
 #include <QJSEngine>
+#include <QPainter>
+#include <QQuickImageProvider>
+#include <QStandardPaths>
 
 #include "AppLinks.h"
 
@@ -20,7 +27,49 @@ QObject* modelOfEngine(QQmlEngine* engine, QJSEngine*) {
     return model;
 }
 
+// Serves "image://symbol/<colour as hex digits>/<Breeze icon name>": the icon of the Breeze
+// theme drawn at the requested size in one colour, which is how the views tint their symbols.
+class SymbolImageProvider : public QQuickImageProvider {
+public:
+    SymbolImageProvider() : QQuickImageProvider(QQuickImageProvider::Image) {}
+
+    QImage requestImage(const QString& id, QSize* size, const QSize& requestedSize) override {
+        constexpr int kDefaultSize = 16;
+        const qsizetype slash = id.indexOf(QLatin1Char('/'));
+        const QColor color(QLatin1Char('#') + id.left(slash));
+        const QString iconName = id.mid(slash + 1);
+        const QSize wanted(requestedSize.width() > 0 ? requestedSize.width() : kDefaultSize,
+                           requestedSize.height() > 0 ? requestedSize.height() : kDefaultSize);
+        QImage image = QIcon::fromTheme(iconName).pixmap(wanted).toImage().convertToFormat(QImage::Format_ARGB32_Premultiplied);
+        if (image.isNull()) {
+            qWarning("no Breeze icon named %s", qPrintable(iconName));
+            image = QImage(wanted, QImage::Format_ARGB32_Premultiplied);
+            image.fill(Qt::transparent);
+        }
+        QPainter painter(&image);
+        painter.setCompositionMode(QPainter::CompositionMode_SourceIn);
+        painter.fillRect(image.rect(), color);
+        painter.end();
+        if (size) *size = image.size();
+        return image;
+    }
+};
+
 }  // namespace
+
+void applyApplicationLook() {
+    QFont font(QStringLiteral("Inter"));
+    if (!QFontDatabase::hasFamily(font.family())) qWarning("the Inter font is not installed; texts use the desktop's font");
+    font.setFamilies({QStringLiteral("Inter"), QStringLiteral("sans-serif")});
+    QGuiApplication::setFont(font);
+    // Only desktop platforms list the system's icon folders themselves; offscreen lists none.
+    QStringList iconFolders = QIcon::themeSearchPaths();
+    for (const QString& folder : QStandardPaths::locateAll(QStandardPaths::GenericDataLocation, QStringLiteral("icons"),
+                                                           QStandardPaths::LocateDirectory))
+        if (!iconFolders.contains(folder)) iconFolders.append(folder);
+    QIcon::setThemeSearchPaths(iconFolders);
+    QIcon::setThemeName(QStringLiteral("breeze"));
+}
 
 void prepareEngine(QQmlEngine& engine, AppModel& model) {
     static std::once_flag registered;
@@ -31,6 +80,7 @@ void prepareEngine(QQmlEngine& engine, AppModel& model) {
     });
     engine.setProperty(kModelProperty, QVariant::fromValue<QObject*>(&model));
     engine.addImageProvider(QStringLiteral("thumbnails"), model.makeThumbnailProvider());
+    engine.addImageProvider(QStringLiteral("symbol"), new SymbolImageProvider);
     // Qt 6.4 has no default import path for modules built into the resources.
     engine.addImportPath(QStringLiteral("qrc:/qt/qml"));
 }

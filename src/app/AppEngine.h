@@ -18,4 +18,8 @@ inline const QString kViewsFolder = QStringLiteral("qrc:/qt/qml/Parcelo/qml/");
 // so that what is tested is what runs.
 void prepareEngine(QQmlEngine& engine, AppModel& model);
 
+// Makes Inter the font of every text and Breeze the icon theme, whatever the desktop uses, so
+// that Parcelo looks the same everywhere. Needs the application object.
+void applyApplicationLook();
+
 }  // namespace parcelo

@@ -3,12 +3,15 @@
 #include <QGuiApplication>
 #include <QtQml/qqmlextensionplugin.h>
 
+#include "AppEngine.h"
 #include "ParceloApp.h"
 
 Q_IMPORT_QML_PLUGIN(ParceloPlugin)
+Q_IMPORT_QML_PLUGIN(Parcelo_StylePlugin)
 
 int main(int argc, char* argv[]) {
     QGuiApplication application(argc, argv);
+    parcelo::applyApplicationLook();
     parcelo::ParceloApp parcelo;
     return parcelo.exec(QCoreApplication::arguments().mid(1));
 }

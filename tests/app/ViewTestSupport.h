@@ -8,9 +8,13 @@
 #include <QQuickItem>
 #include <QQuickWindow>
 #include <QTest>
+#include <QtQml/qqmlextensionplugin.h>
 
 #include "AppEngine.h"
 #include "AppTestSupport.h"
+
+// Every view uses the style kit; a test program imports the views' own module itself.
+Q_IMPORT_QML_PLUGIN(Parcelo_StylePlugin)
 
 namespace parcelo::test {
 
@@ -21,22 +25,21 @@ class ViewHarness {
 public:
     explicit ViewHarness(AppModel& model, const QString& qmlFile = QStringLiteral("Main.qml"),
                          const QVariantMap& properties = {}, QSize size = {}) {
-        QObject::connect(&engine_, &QQmlEngine::warnings, [this](const QList<QQmlError>& warnings) {
-            for (const auto& warning : warnings) errors_.append(warning.toString());
-        });
-        prepareEngine(engine_, model);
+        prepare(model);
         QQmlComponent component(&engine_, QUrl(kViewsFolder + qmlFile));
-        if (component.isError()) {
-            errors_.append(component.errorString());
-            return;
-        }
-        object_.reset(component.createWithInitialProperties(properties));
-        if (!object_) {
-            errors_.append(component.errorString());
-            return;
-        }
-        show(size);
+        create(component, properties, size);
     }
+    // A small scene written by the test itself, for pieces that are not views of their own.
+    struct QmlText {
+        QByteArray source;
+    };
+    ViewHarness(AppModel& model, const QmlText& qml, const QVariantMap& properties = {}, QSize size = {}) {
+        prepare(model);
+        QQmlComponent component(&engine_);
+        component.setData(qml.source, QUrl(kViewsFolder + QStringLiteral("TestScene.qml")));
+        create(component, properties, size);
+    }
+
     ~ViewHarness() {
         // The loaded view goes before the window that holds it, and both before the engine.
         object_.reset();
@@ -53,11 +56,15 @@ public:
     [[nodiscard]] QObject* root() const { return object_.get(); }
 
     // The control with this objectName, or null.
+    // Items made by a Repeater or a ListView, and the contents of popups, are found too.
     template <typename T = QQuickItem>
     [[nodiscard]] T* find(const QString& objectName) const {
         if (!window_) return nullptr;
         if (auto* found = window_->contentItem()->findChild<T*>(objectName)) return found;
-        return object_ ? object_->findChild<T*>(objectName) : nullptr;
+        if (auto* found = object_ ? object_->findChild<T*>(objectName) : nullptr) return found;
+        QQuickItem* top = window_->contentItem();
+        while (top->parentItem()) top = top->parentItem();
+        return findItem<T>(top, objectName);
     }
 
     // A left click in the middle of the item, through the window as a mouse would.
@@ -82,6 +89,9 @@ public:
         }
     }
 
+    // What the window shows now.
+    [[nodiscard]] QImage grab() const { return window_->grabWindow(); }
+
     // Writes the window as a PNG into the build's screenshot folder, for people to look at.
     QString screenshot(const QString& name) const {
         QDir().mkpath(QStringLiteral(PARCELO_SCREENSHOT_DIR));
@@ -92,6 +102,34 @@ public:
     }
 
 private:
+    template <typename T>
+    static T* findItem(QQuickItem* item, const QString& objectName) {
+        for (QQuickItem* child : item->childItems()) {
+            if (auto* match = qobject_cast<T*>(child); match && child->objectName() == objectName) return match;
+            if (auto* found = child->findChild<T*>(objectName)) return found;
+            if (auto* found = findItem<T>(child, objectName)) return found;
+        }
+        return nullptr;
+    }
+    void prepare(AppModel& model) {
+        QObject::connect(&engine_, &QQmlEngine::warnings, [this](const QList<QQmlError>& warnings) {
+            for (const auto& warning : warnings) errors_.append(warning.toString());
+        });
+        applyApplicationLook();
+        prepareEngine(engine_, model);
+    }
+    void create(QQmlComponent& component, const QVariantMap& properties, QSize size) {
+        if (component.isError()) {
+            errors_.append(component.errorString());
+            return;
+        }
+        object_.reset(component.createWithInitialProperties(properties));
+        if (!object_) {
+            errors_.append(component.errorString());
+            return;
+        }
+        show(size);
+    }
     void show(QSize size) {
         window_ = qobject_cast<QQuickWindow*>(object_.get());
         if (!window_) {

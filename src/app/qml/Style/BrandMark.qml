@@ -1,0 +1,41 @@
+import QtQuick
+import Parcelo.Style as Style
+import Qt5Compat.GraphicalEffects as Effects
+
+// Parcelo's square mark: a coral-to-violet tile with a pair of inward-pointing arrows.
+Item {
+    id: root
+
+    property real size: 24
+
+    implicitWidth: size
+    implicitHeight: size
+    Accessible.ignored: true
+
+    Rectangle {
+        id: tile
+
+        anchors.fill: parent
+        radius: root.size * 0.25
+        visible: false
+    }
+
+    Effects.LinearGradient {
+        anchors.fill: parent
+        source: tile
+        start: Qt.point(0, 0)
+        end: Qt.point(root.size, root.size)
+        gradient: Gradient {
+            GradientStop { position: 0.0; color: Style.Palette.coral }
+            GradientStop { position: 0.5; color: Qt.rgba(0.9, 0.38, 0.65, 1) }
+            GradientStop { position: 1.0; color: Style.Palette.violet }
+        }
+    }
+
+    Symbol {
+        anchors.centerIn: parent
+        name: "arrow.down.right.and.arrow.up.left"
+        color: "white"
+        size: root.size * 0.46
+    }
+}

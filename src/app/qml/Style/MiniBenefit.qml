@@ -1,0 +1,45 @@
+import QtQuick
+import Parcelo.Style as Style
+import QtQuick.Layouts
+
+// A benefit in three lines: a violet symbol, a headline and one explanatory line.
+ColumnLayout {
+    id: root
+
+    property string icon
+    property string title
+    property string detail
+
+    spacing: 7
+
+    Symbol {
+        name: root.icon
+        color: Style.Palette.violet
+        size: 16
+    }
+
+    Text {
+        Layout.fillWidth: true
+        text: root.title
+        color: Style.Palette.ink
+        font.pixelSize: 12
+        font.weight: Font.DemiBold
+        wrapMode: Text.Wrap
+    }
+
+    Text {
+        Layout.fillWidth: true
+        text: root.detail
+        color: Style.Palette.muted
+        font.pixelSize: 10
+        lineHeightMode: Text.FixedHeight
+        lineHeight: Math.ceil(detailMetrics.lineSpacing) + 2
+        wrapMode: Text.Wrap
+
+        FontMetrics {
+            id: detailMetrics
+
+            font.pixelSize: 10
+        }
+    }
+}

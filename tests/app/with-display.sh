@@ -1,0 +1,14 @@
+#!/usr/bin/env bash
+# Runs a view test beside an X server of its own. Offscreen, Qt Quick draws with its software
+# renderer, which leaves out shader effects (shadows, gradients); with an X display the offscreen
+# platform renders through OpenGL (Mesa's llvmpipe), so screenshots show what a user sees.
+# Xvfb picks a free display number itself, so parallel tests never share one.
+set -euo pipefail
+
+fifo=$(mktemp -u)
+mkfifo "$fifo"
+Xvfb -displayfd 3 -screen 0 1280x800x24 -nolisten tcp 3>"$fifo" 2>/dev/null &
+server=$!
+trap 'kill "$server" 2>/dev/null; rm -f "$fifo"' EXIT
+read -r display <"$fifo"
+DISPLAY=":$display" "$@"
