@@ -1,5 +1,7 @@
 #include "ParceloApp.h"
 
+#include <malloc.h>
+
 #include <QDesktopServices>
 #include <QDir>
 #include <QGuiApplication>
@@ -10,6 +12,11 @@
 #include "AppLinks.h"
 
 namespace parcelo {
+
+// Decoding a large progressive JPEG takes tens of megabytes on a worker thread, and glibc keeps
+// freed memory in an arena per thread: without a cap the peak grows with every thread that ever
+// decoded (426 MB against 293 MB for a batch of 150 photos).
+void limitMemoryArenas() { mallopt(M_ARENA_MAX, 2); }
 
 QUrl fileLocation(const QString& path, const QString& folder) {
     return QUrl::fromLocalFile(QDir(folder).absoluteFilePath(path));
@@ -38,6 +45,7 @@ void AppDelegate::applicationWillTerminate() {
 }
 
 ParceloApp::ParceloApp() {
+    limitMemoryArenas();
     QGuiApplication::setOrganizationName(QStringLiteral("Parcelo"));
     QGuiApplication::setApplicationName(QStringLiteral("Parcelo"));
     QGuiApplication::setApplicationVersion(AppLinks::version());

@@ -18,6 +18,9 @@ class QQuickWindow;
 
 namespace parcelo {
 
+// Caps glibc's per-thread memory arenas for the whole process; see the definition for why.
+void limitMemoryArenas();
+
 // A path the desktop asked Parcelo to open, as a local file location: relative paths are taken
 // from `folder` (the launching process's folder), and a path need not exist to be a location.
 [[nodiscard]] QUrl fileLocation(const QString& path, const QString& folder);

@@ -18,10 +18,9 @@ MenuBar {
                                         && AppModel.fitSettings.exactHeight === 0)
     readonly property bool canSave: AppModel.readyCount > 0 && !AppModel.busy
 
-    Menu {
+    AppMenu {
         objectName: "fileMenu"
         title: qsTr("&File")
-        delegate: ShortcutMenuItem {}
 
         Action {
             objectName: "addAction"
@@ -46,10 +45,9 @@ MenuBar {
         }
     }
 
-    Menu {
+    AppMenu {
         objectName: "helpMenu"
         title: qsTr("&Help")
-        delegate: ShortcutMenuItem {}
 
         Action {
             objectName: "helpAction"
