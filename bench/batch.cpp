@@ -31,6 +31,7 @@
 #include "ParceloApp.h"
 
 Q_IMPORT_QML_PLUGIN(ParceloPlugin)
+Q_IMPORT_QML_PLUGIN(Parcelo_StylePlugin)
 
 namespace {
 
@@ -88,6 +89,7 @@ double peakMegabytes() {
 int main(int argc, char* argv[]) {
     parcelo::limitMemoryArenas();
     QGuiApplication application(argc, argv);
+    parcelo::applyApplicationLook();
     const QStringList arguments = QCoreApplication::arguments();
     if (arguments.size() < 2) {
         std::fprintf(stderr, "usage: parcelo-batch-bench CORPUS_DIR [COUNT]\n");
