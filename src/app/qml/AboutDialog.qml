@@ -11,7 +11,10 @@ Dialog {
     modal: true
     standardButtons: Dialog.Ok
     anchors.centerIn: parent
-    width: 340
+    width: 360
+    padding: 24
+    // The mark and the name below say what the box is; the title stays for screen readers.
+    header: null
 
     ColumnLayout {
         anchors.left: parent.left
