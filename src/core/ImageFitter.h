@@ -18,6 +18,10 @@ namespace parcelo {
 inline constexpr std::int64_t kMaxSourceBytes = 250'000'000;
 inline constexpr std::int64_t kMaxSourceSide = 100'000;
 inline constexpr std::int64_t kMaxSourcePixels = 100'000'000;
+// No photograph or drawing packs more pixels than this into one byte of its file; a header that
+// claims more is a decompression bomb, refused as unreadable before the decoder spends seconds
+// (and, for some loaders, gigabytes) on a few kilobytes.
+inline constexpr std::int64_t kMaxPixelsPerSourceByte = 4'096;
 
 // The size search.
 inline constexpr double kPngQuality = 1.0;

@@ -58,23 +58,37 @@ std::vector<std::uint8_t> readHead(const fs::path& path, std::size_t count) {
     return head;
 }
 
-// libvips's PNG loader shows only the first frame of an animated PNG; the animation control
-// chunk, which comes before the first image data, tells how many frames there are.
-std::int64_t pngFrameCount(const fs::path& path) {
+std::uint32_t bigEndian32(const std::uint8_t* bytes) {
+    return (std::uint32_t{bytes[0]} << 24) | (std::uint32_t{bytes[1]} << 16) | (std::uint32_t{bytes[2]} << 8) | bytes[3];
+}
+
+struct PngChunks {
+    bool whole = true;        // every chunk lies within the file
+    std::int64_t frames = 1;  // from the animation control chunk, when there is one
+};
+
+// Walks a PNG's chunks before libpng sees them. libpng skips a chunk it does not keep by reading
+// it to its end, whatever that length claims: a 150-byte file announcing a 750 MB text chunk
+// keeps the header read busy for seconds. And libvips's PNG loader shows only the first frame
+// of an animated PNG; the animation control chunk before the first image data says how many.
+PngChunks walkPngChunks(const fs::path& path, std::int64_t fileSize) {
     std::ifstream file(path, std::ios::binary);
-    file.seekg(8);
-    std::array<std::uint8_t, 16> chunk{};
-    while (file.read(reinterpret_cast<char*>(chunk.data()), 8)) {
-        const std::uint32_t length = (std::uint32_t{chunk[0]} << 24) | (std::uint32_t{chunk[1]} << 16) |
-                                     (std::uint32_t{chunk[2]} << 8) | chunk[3];
-        const std::string_view type(reinterpret_cast<const char*>(chunk.data() + 4), 4);
-        if (type == "IDAT" || type == "IEND") break;
-        if (type == "acTL" && file.read(reinterpret_cast<char*>(chunk.data() + 8), 4))
-            return (std::int64_t{chunk[8]} << 24) | (std::int64_t{chunk[9]} << 16) | (std::int64_t{chunk[10]} << 8) |
-                   chunk[11];
-        file.seekg(static_cast<std::streamoff>(length) + 4, std::ios::cur);
+    PngChunks chunks;
+    bool seenImageData = false;
+    std::array<std::uint8_t, 12> head{};
+    for (std::int64_t offset = 8; offset < fileSize;) {
+        file.seekg(offset);
+        if (!file.read(reinterpret_cast<char*>(head.data()), 8)) return {false, chunks.frames};
+        const std::int64_t length = bigEndian32(head.data());
+        const std::string_view type(reinterpret_cast<const char*>(head.data() + 4), 4);
+        if (length > fileSize - offset - 12) return {false, chunks.frames};
+        if (type == "acTL" && !seenImageData && length >= 4 && file.read(reinterpret_cast<char*>(head.data() + 8), 4))
+            chunks.frames = bigEndian32(head.data() + 8);
+        seenImageData = seenImageData || type == "IDAT";
+        if (type == "IEND") break;
+        offset += length + 12;
     }
-    return 1;
+    return chunks;
 }
 
 // Opens the header with the loader for the sniffed type only, so no other libvips loader
@@ -94,8 +108,8 @@ VImage openHeader(const fs::path& path, SourceType type) {
     fail(FitError::Case::unreadable);
 }
 
-std::int64_t frameCount(const VImage& header, const ValidatedSource& source) {
-    if (source.type == SourceType::png) return pngFrameCount(source.path);
+std::int64_t frameCount(const VImage& header, const PngChunks& png, const ValidatedSource& source) {
+    if (source.type == SourceType::png) return png.frames;
     return header.get_typeof("n-pages") != 0 ? header.get_int("n-pages") : 1;
 }
 
@@ -114,6 +128,8 @@ void checkFileSize(const fs::path& path, ValidatedSource& source) {
 }
 
 void checkHeader(ValidatedSource& source) {
+    const PngChunks png = source.type == SourceType::png ? walkPngChunks(source.path, source.fileSize) : PngChunks{};
+    if (!png.whole) fail(FitError::Case::unreadable);
     VImage header;
     try {
         header = openHeader(source.path, source.type);
@@ -126,7 +142,9 @@ void checkHeader(ValidatedSource& source) {
     if (source.stored.width > kMaxSourceSide || source.stored.height > kMaxSourceSide ||
         source.stored.width * source.stored.height > kMaxSourcePixels)
         fail(FitError::Case::tooLarge);
-    if (frameCount(header, source) != 1) fail(FitError::Case::multipleFrames);
+    if (frameCount(header, png, source) != 1) fail(FitError::Case::multipleFrames);
+    if (source.stored.width * source.stored.height > source.fileSize * kMaxPixelsPerSourceByte)
+        fail(FitError::Case::unreadable);
     source.orientation = orientationOf(header);
     source.colourManaged = header.get_typeof(VIPS_META_ICC_NAME) != 0 || header.interpretation() == VIPS_INTERPRETATION_CMYK;
 }

@@ -17,6 +17,17 @@ void silenceLibraryWarnings() {
         g_log_set_handler(domain, levels, discardLogMessage, nullptr);
 }
 
+// Only the loaders of the seven source formats ever see a user's file. libvips picks a loader
+// by content for a whole-file decode, so without this a file swapped between its check and its
+// decode, or a TIFF that a higher-priority loader also claims, would meet PDF, SVG or slide
+// readers the engine never checked it for.
+void allowOnlySourceLoaders() {
+    vips_operation_block_set("VipsForeignLoad", TRUE);
+    for (const char* loader : {"VipsForeignLoadJpeg", "VipsForeignLoadPng", "VipsForeignLoadNsgif",
+                               "VipsForeignLoadTiff", "VipsForeignLoadHeif", "VipsForeignLoadMagick"})
+        vips_operation_block_set(loader, FALSE);
+}
+
 }  // namespace
 
 void ensureVipsStarted() {
@@ -28,6 +39,7 @@ void ensureVipsStarted() {
         vips_cache_set_max(0);
         vips_cache_set_max_mem(0);
         silenceLibraryWarnings();
+        allowOnlySourceLoaders();
     });
 }
 

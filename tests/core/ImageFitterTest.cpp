@@ -82,6 +82,11 @@ TEST(FitValidation, SafetyLimitsAreCheckedBeforeDecoding) {
     // 100 megapixels exactly passes the limits; its missing pixel data then makes it unreadable.
     EXPECT_EQ(fitFailure(folder / "limit.png", sizeSettings(100'000, 0)), FitError::Case::unreadable);
     EXPECT_EQ(failureOf([&] { ImageFitter::preview(folder / "tall.png", 100); }), FitError::Case::tooLarge);
+
+    // 64 megapixels in 8 KB is a bomb, not a picture: refused before the decoder spends its time.
+    save(flat(8'000, 8'000, {0.0}), folder / "bomb.png[bitdepth=1]");
+    EXPECT_LT(std::filesystem::file_size(folder / "bomb.png"), 64'000'000u / kMaxPixelsPerSourceByte);
+    EXPECT_EQ(failureOf([&] { ImageFitter::preview(folder / "bomb.png", 100); }), FitError::Case::unreadable);
 }
 
 TEST(SizeSearch, HighestQualityThatFitsAtFullSizeNeverEnlarged) {
