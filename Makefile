@@ -4,7 +4,7 @@ BUILD_DIR ?= build
 ASAN_DIR ?= build-asan
 JOBS ?= $(shell nproc)
 
-.PHONY: deps configure build run test bench package clean
+.PHONY: deps configure build run test bench package fuzz clean
 
 deps:
 	@bash scripts/install-deps.sh
@@ -24,6 +24,15 @@ test: build
 	@cmake --build $(ASAN_DIR) -j $(JOBS) --target parcelo_app_model_tests
 	ctest --test-dir $(ASAN_DIR) --output-on-failure -j $(JOBS) -L model
 
+# The fuzzers, built with clang in their own folder, each run for FUZZ_SECONDS (see fuzz/README.md).
+FUZZ_DIR ?= build-fuzz
+FUZZ_SECONDS ?= 60
+fuzz: deps
+	@cmake -S . -B $(FUZZ_DIR) -DCMAKE_BUILD_TYPE=RelWithDebInfo -DPARCELO_FUZZ=ON \
+	  -DCMAKE_C_COMPILER=clang-14 -DCMAKE_CXX_COMPILER=clang++-14 >/dev/null
+	@cmake --build $(FUZZ_DIR) -j $(JOBS)
+	@bash fuzz/run.sh $(FUZZ_DIR) ../shared/corpus $(FUZZ_SECONDS)
+
 bench: build
 	bash bench/peers.sh ../shared/corpus
 
@@ -32,4 +41,4 @@ package: build
 	cmake --build $(BUILD_DIR) --target package
 
 clean:
-	rm -rf $(BUILD_DIR) $(ASAN_DIR)
+	rm -rf $(BUILD_DIR) $(ASAN_DIR) $(FUZZ_DIR)

@@ -23,6 +23,8 @@ packages=(
   desktop-file-utils appstream dpkg-dev
   # benchmarks and test tools
   imagemagick time jq
+  # fuzzing (make fuzz): libFuzzer and the sanitizers' runtime come with clang
+  clang-14 libclang-rt-14-dev
 )
 
 missing=()

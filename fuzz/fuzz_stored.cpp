@@ -1,0 +1,15 @@
+// libFuzzer entry point; see fuzz/README.md.
+#include <cstdlib>
+
+#include "FuzzChecks.h"
+
+// One libvips worker thread: the machine is shared, and a fault shows the same way.
+extern "C" int LLVMFuzzerInitialize(int*, char***) {
+    setenv("VIPS_CONCURRENCY", "1", 0);
+    return 0;
+}
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    static_cast<void>(parcelo::fuzz::checkStoredForms({data, size}));
+    return 0;
+}

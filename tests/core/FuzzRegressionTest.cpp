@@ -1,0 +1,48 @@
+// Every input with which a fuzzer (or a hand-made hostile file) once found a fault, fed again to
+// the checks it broke. A file named "{outcome}--{what it found}" must also end in that outcome:
+// "unreadable--png-text-chunk-claiming-750-mb.png" must be refused, not just survived.
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <iterator>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "FuzzChecks.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+using Check = std::function<std::string(std::span<const std::uint8_t>)>;
+
+std::vector<std::uint8_t> bytesOf(const fs::path& file) {
+    std::ifstream in(file, std::ios::binary);
+    return {std::istreambuf_iterator<char>(in), {}};
+}
+
+TEST(FuzzRegressions, EveryKeptInputKeepsTheEnginesPromises) {
+    const std::vector<std::pair<const char*, Check>> targets{{"source", parcelo::fuzz::checkSource},
+                                                             {"fit", parcelo::fuzz::checkFit},
+                                                             {"stored", parcelo::fuzz::checkStoredForms}};
+    int inputs = 0;
+    for (const auto& [target, check] : targets) {
+        const fs::path folder = fs::path(PARCELO_FUZZ_REGRESSIONS) / target;
+        if (!fs::is_directory(folder)) continue;
+        for (const auto& entry : fs::directory_iterator(folder)) {
+            SCOPED_TRACE(entry.path().string());
+            const std::vector<std::uint8_t> bytes = bytesOf(entry.path());
+            std::string outcome;
+            EXPECT_NO_THROW(outcome = check(bytes));
+            const std::string name = entry.path().filename().string();
+            if (const auto dashes = name.find("--"); dashes != std::string::npos) {
+                EXPECT_EQ(outcome, name.substr(0, dashes));
+            }
+            ++inputs;
+        }
+    }
+    EXPECT_GT(inputs, 0) << "no regression inputs in " << PARCELO_FUZZ_REGRESSIONS;
+}
+
+}  // namespace
