@@ -3,8 +3,10 @@ import QtQuick.Controls
 import QtQuick.Dialogs
 import QtQuick.Layouts
 import Parcelo.Model
+import Parcelo.Style as Style
 
-// The one window: its menus, the open and save dialogs the model asks for, and the About box.
+// The one window: its menus, the settings sidebar with a plain workspace column beside it, the
+// open and save dialogs the model asks for, and the About box.
 ApplicationWindow {
     id: root
 
@@ -19,8 +21,36 @@ ApplicationWindow {
         onAboutRequested: aboutDialog.open()
     }
 
+    SettingsSidebar {
+        id: sidebar
+
+        anchors.top: parent.top
+        anchors.bottom: parent.bottom
+        width: 246
+    }
+
+    Rectangle {
+        id: hairline
+
+        anchors.top: parent.top
+        anchors.bottom: parent.bottom
+        anchors.left: sidebar.right
+        width: 1
+        color: Qt.alpha(Style.Palette.ink, 0.07)
+    }
+
+    Rectangle {
+        id: workspace
+
+        anchors.top: parent.top
+        anchors.bottom: parent.bottom
+        anchors.left: hairline.right
+        anchors.right: parent.right
+        color: Style.Palette.paper
+    }
+
     ColumnLayout {
-        anchors.centerIn: parent
+        anchors.centerIn: workspace
         spacing: 12
 
         Label {
@@ -67,7 +97,7 @@ ApplicationWindow {
 
         Label {
             Layout.alignment: Qt.AlignHCenter
-            Layout.maximumWidth: root.width - 48
+            Layout.maximumWidth: workspace.width - 48
             visible: AppModel.message !== ""
             text: AppModel.message
             wrapMode: Text.Wrap
@@ -75,7 +105,7 @@ ApplicationWindow {
     }
 
     DropArea {
-        anchors.fill: parent
+        anchors.fill: workspace
         onDropped: drop => AppModel.add(drop.urls)
     }
 

@@ -77,7 +77,7 @@ Item {
 
             readonly property real s: root.size
             layer.enabled: true
-            layer.samples: 8
+            layer.samples: 4
 
             ShapePath {
                 strokeColor: root.color
@@ -109,7 +109,7 @@ Item {
 
             readonly property real s: root.size
             layer.enabled: true
-            layer.samples: 8
+            layer.samples: 4
 
             ShapePath {
                 strokeColor: root.color
@@ -143,7 +143,7 @@ Item {
                 readonly property real s: root.size
                 anchors.fill: parent
                 layer.enabled: true
-                layer.samples: 8
+                layer.samples: 4
 
                 ShapePath {
                     strokeColor: root.color
@@ -166,7 +166,7 @@ Item {
 
             readonly property real s: root.size
             layer.enabled: true
-            layer.samples: 8
+            layer.samples: 4
 
             ShapePath {
                 strokeColor: "transparent"
@@ -199,7 +199,7 @@ Item {
 
             readonly property real s: root.size
             layer.enabled: true
-            layer.samples: 8
+            layer.samples: 4
 
             ShapePath {
                 strokeColor: root.color

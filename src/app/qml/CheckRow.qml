@@ -1,0 +1,47 @@
+import QtQuick
+import QtQuick.Layouts
+import QtQuick.Templates as T
+import Parcelo.Style
+
+// A row of a popover list: its label, and a violet check mark at the trailing edge when `checked`.
+T.ItemDelegate {
+    id: root
+
+    implicitWidth: implicitContentWidth + leftPadding + rightPadding
+    implicitHeight: implicitContentHeight + topPadding + bottomPadding
+    horizontalPadding: 8
+    verticalPadding: 5
+    font.pixelSize: 12
+    opacity: enabled ? 1.0 : 0.45
+
+    Accessible.role: Accessible.ListItem
+    Accessible.name: text
+    Accessible.selectable: true
+    Accessible.selected: checked
+
+    contentItem: RowLayout {
+        spacing: 8
+
+        Text {
+            Layout.fillWidth: true
+            text: root.text
+            font: root.font
+            color: SidebarPalette.ink
+            elide: Text.ElideRight
+        }
+
+        Symbol {
+            objectName: "checkmark"
+            name: "checkmark"
+            color: SidebarPalette.violet
+            size: 12
+            visible: root.checked
+        }
+    }
+
+    background: Rectangle {
+        radius: 6
+        color: root.down ? Qt.alpha(SidebarPalette.violet, 0.14)
+             : root.hovered ? Qt.alpha(SidebarPalette.violet, 0.07) : "transparent"
+    }
+}

@@ -1,0 +1,20 @@
+import QtQuick
+import QtQuick.Layouts
+import Parcelo.Style
+
+// The inset track behind a row of filled choices.
+Rectangle {
+    default property alias choices: row.data
+
+    implicitHeight: row.implicitHeight + 4
+    radius: 8
+    color: SidebarPalette.inset
+
+    RowLayout {
+        id: row
+
+        anchors.fill: parent
+        anchors.margins: 2
+        spacing: 2
+    }
+}

@@ -1,0 +1,32 @@
+import QtQuick
+import QtQuick.Templates as T
+import Parcelo.Style
+
+// A secondary button of the sidebar's popovers: ink text on an inset plate.
+T.Button {
+    id: root
+
+    implicitWidth: implicitContentWidth + leftPadding + rightPadding
+    implicitHeight: implicitContentHeight + topPadding + bottomPadding
+    horizontalPadding: 12
+    verticalPadding: 6
+    font.pixelSize: 12
+    font.weight: Font.Medium
+    opacity: !enabled ? 0.45 : down ? 0.65 : 1.0
+    Accessible.name: text
+
+    contentItem: Text {
+        text: root.text
+        font: root.font
+        color: SidebarPalette.ink
+        horizontalAlignment: Text.AlignHCenter
+        verticalAlignment: Text.AlignVCenter
+    }
+
+    background: Rectangle {
+        radius: 6
+        color: SidebarPalette.inset
+        border.width: 1
+        border.color: Qt.alpha(SidebarPalette.ink, root.visualFocus ? 0.3 : 0.1)
+    }
+}

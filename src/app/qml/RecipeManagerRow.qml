@@ -1,0 +1,61 @@
+import QtQuick
+import QtQuick.Layouts
+import QtQuick.Templates as T
+import Parcelo.Style
+import Parcelo.Model
+
+// A saved recipe: its name applies it, the trash deletes it at once.
+Rectangle {
+    id: root
+
+    required property var modelData
+    signal applied
+
+    implicitHeight: row.implicitHeight + 8
+    radius: 6
+    color: SidebarPalette.inset
+
+    RowLayout {
+        id: row
+
+        anchors.fill: parent
+        anchors.leftMargin: 8
+        anchors.rightMargin: 4
+        spacing: 6
+
+        T.Button {
+            objectName: "applyRecipe " + root.modelData.name
+            Layout.fillWidth: true
+            implicitHeight: implicitContentHeight + topPadding + bottomPadding
+            verticalPadding: 4
+            Accessible.name: root.modelData.name
+            opacity: down ? 0.65 : 1.0
+            onClicked: {
+                AppModel.applyRecipe(root.modelData.id)
+                root.applied()
+            }
+            contentItem: Text {
+                text: root.modelData.name
+                color: SidebarPalette.ink
+                font.pixelSize: 12
+                elide: Text.ElideRight
+            }
+        }
+        T.Button {
+            objectName: "deleteRecipe " + root.modelData.name
+            implicitWidth: 24
+            implicitHeight: 24
+            Accessible.name: "Delete recipe " + root.modelData.name
+            opacity: down ? 0.65 : 1.0
+            onClicked: AppModel.deleteRecipe(root.modelData.id)
+            contentItem: Item {
+                Symbol {
+                    anchors.centerIn: parent
+                    name: "trash"
+                    color: SidebarPalette.secondary
+                    size: 14
+                }
+            }
+        }
+    }
+}

@@ -1,0 +1,33 @@
+import QtQuick
+import Parcelo.Style
+
+// A title with its symbol: the symbol in violet, centred in a box 13 wide, then the title.
+Row {
+    id: root
+
+    property string title
+    property string icon
+    property alias font: label.font
+    property alias color: label.color
+
+    spacing: 5
+
+    Item {
+        width: 13
+        height: label.height
+
+        Symbol {
+            anchors.centerIn: parent
+            name: root.icon
+            color: SidebarPalette.violet
+            size: 13
+        }
+    }
+
+    Text {
+        id: label
+
+        text: root.title
+        color: SidebarPalette.ink
+    }
+}

@@ -1,0 +1,16 @@
+import QtQuick
+import QtQuick.Controls.Basic
+import Parcelo.Style
+
+// A borderless text field of the settings sidebar.
+TextField {
+    id: root
+
+    color: SidebarPalette.ink
+    placeholderTextColor: Qt.alpha(SidebarPalette.secondary, 0.6)
+    selectByMouse: true
+    padding: 0
+    opacity: enabled ? 1.0 : 0.45
+    background: null
+    Accessible.role: Accessible.EditableText
+}
