@@ -1,7 +1,11 @@
 #include "ImageImport.h"
 
+#include <dirent.h>
+
 #include <algorithm>
+#include <cerrno>
 #include <memory>
+#include <optional>
 #include <string>
 #include <system_error>
 
@@ -42,11 +46,34 @@ Properties readProperties(const fs::path& location) {
     return error ? Properties{} : propertiesOf(status);
 }
 
-Properties readProperties(const fs::directory_entry& entry) {
-    std::error_code error;
-    const fs::file_status status = entry.symlink_status(error);
-    return error ? Properties{} : propertiesOf(status);
+// One entry as a folder's listing gives it: its location and the type the listing knows.
+struct Entry {
+    fs::path location;
+    unsigned char type = DT_UNKNOWN;
+};
+
+// The listing already tells the type of most entries; only the others are looked up.
+Properties readProperties(const Entry& entry) {
+    switch (entry.type) {
+    case DT_DIR: return {.isDirectory = true};
+    case DT_REG: return {.isRegularFile = true};
+    case DT_LNK: return {.isSymbolicLink = true};
+    case DT_UNKNOWN: return readProperties(entry.location);
+    default: return {};  // a device, pipe or socket: neither a folder nor a regular file
+    }
 }
+
+// A folder being walked: its listing, and how many reads of it have failed in a row.
+struct OpenFolder {
+    fs::path path;
+    std::unique_ptr<DIR, int (*)(DIR*)> listing;
+    int failedReads = 0;
+};
+
+// A read of a listing that fails is counted and the folder read on: the error usually concerns
+// one batch of entries, and the next read returns those after it. A folder whose reads keep
+// failing is left after this many failures in a row.
+constexpr int kMaxFailedReadsInARow = 2;
 
 bool isHidden(const fs::path& location) {
     const std::string name = location.filename().string();
@@ -107,11 +134,12 @@ public:
     ImportSelection takeResult() { return std::move(result_); }
 
 private:
-    using Walk = std::vector<fs::directory_iterator>;
+    using Walk = std::vector<OpenFolder>;
 
     bool addFile(const fs::path& location);
     bool walk(const fs::path& folder);
-    bool addEntry(const fs::directory_entry& entry, Walk& walk);
+    std::optional<Entry> nextEntry(OpenFolder& folder);
+    bool addEntry(const Entry& entry, Walk& walk);
     void descend(const fs::path& folder, Walk& walk);
     bool append(const fs::path& location);
     void checkCancellation() const;
@@ -168,13 +196,30 @@ bool Scan::addFile(const fs::path& location) {
 
 // Opens a folder for walking; a folder that cannot be opened counts as unreadable.
 void Scan::descend(const fs::path& folder, Walk& walk) {
-    std::error_code error;
-    fs::directory_iterator entries(folder, error);
-    if (error) {
+    DIR* listing = ::opendir(folder.c_str());
+    if (listing == nullptr) {
         ++result_.unreadable;
         return;
     }
-    walk.push_back(std::move(entries));
+    walk.push_back({folder, {listing, &::closedir}, 0});
+}
+
+// The folder's next entry; nothing at its end, or once its reads keep failing. Each failed
+// read counts as unreadable. (The standard library's directory iterator cannot read on after a
+// failure, so the listing is read here directly.)
+std::optional<Entry> Scan::nextEntry(OpenFolder& folder) {
+    while (folder.failedReads < kMaxFailedReadsInARow) {
+        errno = 0;
+        const dirent* entry = ::readdir(folder.listing.get());
+        if (entry != nullptr) {
+            folder.failedReads = 0;
+            return Entry{folder.path / entry->d_name, entry->d_type};
+        }
+        if (errno == 0) return std::nullopt;
+        ++result_.unreadable;
+        ++folder.failedReads;
+    }
+    return std::nullopt;
 }
 
 // Depth first, each folder's entry before its contents, as the desktop's walker goes.
@@ -182,27 +227,20 @@ bool Scan::walk(const fs::path& folder) {
     Walk walk;
     descend(folder, walk);
     while (!walk.empty()) {
-        fs::directory_iterator& entries = walk.back();
-        if (entries == fs::directory_iterator()) {
+        const std::optional<Entry> entry = nextEntry(walk.back());
+        if (!entry) {
             walk.pop_back();
             continue;
         }
-        const fs::directory_entry entry = *entries;
-        std::error_code error;
-        entries.increment(error);
-        if (error) {
-            ++result_.unreadable;
-            walk.back() = fs::directory_iterator();  // the rest of this folder is lost
-        }
-        if (!isHidden(entry.path()) && addEntry(entry, walk)) return true;
+        if (!isHidden(entry->location) && addEntry(*entry, walk)) return true;  // "." and ".." are hidden too
     }
     return false;
 }
 
-bool Scan::addEntry(const fs::directory_entry& entry, Walk& walk) {
+bool Scan::addEntry(const Entry& entry, Walk& walk) {
     checkCancellation();
     countExamined();
-    const fs::path& location = entry.path();
+    const fs::path& location = entry.location;
     const bool isNew = seen_.insert(location).second;
     const Properties properties = readProperties(entry);
     const bool isFolder = properties.isDirectory && !properties.isSymbolicLink && !properties.isPackage;

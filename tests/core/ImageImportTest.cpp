@@ -1,9 +1,13 @@
 #include "ImageImport.h"
 
+#include <dirent.h>
+#include <dlfcn.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
+#include <limits>
 #include <fstream>
 #include <set>
 #include <stdexcept>
@@ -14,6 +18,41 @@
 #include "CancellationCheck.h"
 #include "FitError.h"
 #include "TestImages.h"
+
+// Reading a folder's listing can fail midway, as on a failing disk or a network share that
+// goes away. The scan reads listings with readdir; this one, in place of the C library's, lets a
+// test make the reading of one folder fail with EIO after a given number of its named entries.
+namespace {
+
+struct ListingFailure {
+    dev_t device = 0;
+    ino_t inode = 0;
+    int after = 0;        // named entries handed out before the reads fail
+    int failedReads = 0;  // reads that fail, in a row, before the listing reads on
+    int named = 0;
+};
+ListingFailure* listingFailure = nullptr;
+
+bool failsToList(DIR* listing) {
+    struct stat folder {};
+    return listingFailure != nullptr && ::fstat(::dirfd(listing), &folder) == 0 &&
+           folder.st_dev == listingFailure->device && folder.st_ino == listingFailure->inode;
+}
+
+}  // namespace
+
+extern "C" dirent* readdir(DIR* listing) {
+    static const auto readNext = reinterpret_cast<dirent* (*)(DIR*)>(::dlsym(RTLD_NEXT, "readdir"));
+    if (!failsToList(listing)) return readNext(listing);
+    if (listingFailure->named == listingFailure->after && listingFailure->failedReads > 0) {
+        --listingFailure->failedReads;
+        errno = EIO;
+        return nullptr;
+    }
+    dirent* entry = readNext(listing);
+    if (entry != nullptr && entry->d_name[0] != '.') ++listingFailure->named;
+    return entry;
+}
 
 namespace parcelo {
 namespace {
@@ -225,6 +264,27 @@ TEST_F(ImageImportTest, FoldersThatCannotBeOpenedAreUnreadableAndEntriesThatCann
     EXPECT_EQ(names(selection), (Names{"a.jpg", "b.jpg"}));
     EXPECT_EQ(selection.unreadable, 2);  // photos/private and locked
     EXPECT_EQ(selection.skipped, 2);     // c.jpg and d.jpg
+}
+
+// A failed read of a listing is counted and the folder read on; a folder whose reads keep
+// failing is left, and the walk goes on with the next one.
+TEST_F(ImageImportTest, AFolderWhoseListingFailsMidwayIsReadOn) {
+    const fs::path photos = folder("photos");
+    for (const char* name : {"photos/a.jpg", "photos/b.jpg", "photos/c.jpg", "photos/d.jpg", "photos/e.jpg", "next/f.jpg"})
+        file(name);
+    struct stat identity {};
+    ASSERT_EQ(::stat(photos.c_str(), &identity), 0);
+    struct Case { int failedReads; std::size_t found; std::int64_t unreadable; };
+    for (const Case& c : {Case{1, 6, 1}, Case{std::numeric_limits<int>::max(), 3, 2}}) {
+        SCOPED_TRACE(c.failedReads);
+        ListingFailure failure{identity.st_dev, identity.st_ino, 2, c.failedReads};
+        listingFailure = &failure;
+        const ImportSelection selection = ImageImport::expand({photos, root_ / "next"}, {}, kNoLimit);
+        listingFailure = nullptr;
+        EXPECT_EQ(selection.urls.size(), c.found);
+        EXPECT_EQ(selection.unreadable, c.unreadable);
+        EXPECT_EQ(selection.skipped, 0);
+    }
 }
 
 TEST_F(ImageImportTest, CancelledScanEndsWithCancellation) {
