@@ -232,8 +232,7 @@ void AppModel::setCrop(const QUuid& id, const CropPosition& position) {
     if (const auto& output = items()[*found].output) QFile::remove(*output);
     updateItem(*found, [&position](ImageItem& item) {
         item.crop = position;
-        item.output.reset();
-        item.outputBytes = 0;
+        item.forgetCopy();
         item.failed = false;
         item.state = BatchTexts::cropAdjusted;
     });

@@ -37,11 +37,6 @@ bool sameName(const QString& a, const QString& b) {
     return a.normalized(QString::NormalizationForm_C) == b.normalized(QString::NormalizationForm_C);
 }
 
-// Names match for saving when equal after case folding and canonical decomposition.
-QString nameKey(const QString& name) {
-    return name.normalized(QString::NormalizationForm_D).toCaseFolded().normalized(QString::NormalizationForm_D);
-}
-
 QVariantMap recipeForView(const UploadRecipe& recipe) {
     const FitSettings& settings = recipe.settings();
     return {
@@ -165,8 +160,7 @@ void AppModel::discardFittedCopies() {
     for (const auto& item : items())
         if (item.output) QFile::remove(*item.output);
     items_.updateAll([](ImageItem& item) {
-        item.output.reset();
-        item.outputBytes = 0;
+        item.forgetCopy();
         item.state = BatchTexts::ready;
         item.failed = false;
     });
@@ -227,11 +221,12 @@ bool AppModel::saveRecipe(const QString& name) {
     const FitSettings settings = fitSettings();
     if (!settings.isValid() || exactWithoutSides()) return false;
     const QString trimmed = name.trimmed();
-    const auto existing = std::find_if(recipes_.begin(), recipes_.end(), [&trimmed](const UploadRecipe& recipe) {
-        return nameKey(fromUtf8(recipe.name())) == nameKey(trimmed);
+    const std::string trimmedName = trimmed.toStdString();
+    const auto existing = std::find_if(recipes_.begin(), recipes_.end(), [&trimmedName](const UploadRecipe& recipe) {
+        return sameNameIgnoringCase(recipe.name(), trimmedName);
     });
     const bool replacing = existing != recipes_.end();
-    const UploadRecipe recipe(replacing ? existing->id() : Uuid::random(), trimmed.toStdString(), settings);
+    const UploadRecipe recipe(replacing ? existing->id() : Uuid::random(), trimmedName, settings);
     if (!recipe.isValid()) return false;
     if (replacing)
         *existing = recipe;

@@ -16,6 +16,14 @@ ImageItem ImageItem::make(const QString& source) {
 
 QString ImageItem::fileName() const { return QFileInfo(source).fileName(); }
 
+void ImageItem::forgetCopy() {
+    output.reset();
+    outputBytes = 0;
+    width = 0;
+    height = 0;
+    fileExtension.clear();
+}
+
 QString uuidText(const QUuid& id) { return id.toString(QUuid::WithoutBraces).toUpper(); }
 
 }  // namespace parcelo

@@ -34,6 +34,8 @@ struct ImageItem {
     [[nodiscard]] bool isFailed() const { return failed; }
     // The original's file name with its extension.
     [[nodiscard]] QString fileName() const;
+    // Forgets the fitted copy, with its size and format, so that no view shows a copy that is gone.
+    void forgetCopy();
 
     friend bool operator==(const ImageItem& a, const ImageItem& b) { return a.id == b.id; }
 };

@@ -1,5 +1,7 @@
 #include "FitSettings.h"
 
+#include <limits>
+
 #include <nlohmann/json.hpp>
 
 namespace parcelo {
@@ -8,11 +10,15 @@ namespace {
 
 bool inRange(std::int64_t value, std::int64_t low, std::int64_t high) { return value >= low && value <= high; }
 
-// A stored integer must really be an integer: 12.5 or "12" make the whole value unreadable.
+// A stored integer must really be a signed 64-bit integer: 12.5, "12" or a number past the
+// largest one make the whole value unreadable. The parser holds numbers up to 2^64 - 1 as
+// unsigned; read as signed, those past the largest signed one would wrap round to negatives.
 std::int64_t readInteger(const nlohmann::json& json, const char* key) {
     const auto& value = json.at(key);
-    if (!value.is_number_integer())
-        throw nlohmann::json::type_error::create(302, std::string(key) + " is not an integer", &json);
+    const bool fits = value.is_number_integer() &&
+                      (!value.is_number_unsigned() ||
+                       value.get<std::uint64_t>() <= static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max()));
+    if (!fits) throw nlohmann::json::type_error::create(302, std::string(key) + " is not a 64-bit integer", &json);
     return value.get<std::int64_t>();
 }
 

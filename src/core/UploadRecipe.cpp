@@ -18,12 +18,22 @@ icu::UnicodeString unicode(const std::string& text) {
 }
 
 // Decomposed form, so that "é" typed as one character equals "e" with a combining accent.
-icu::UnicodeString decomposed(const std::string& text) {
+icu::UnicodeString decomposed(const icu::UnicodeString& text) {
     UErrorCode status = U_ZERO_ERROR;
     const icu::Normalizer2* nfd = icu::Normalizer2::getNFDInstance(status);
-    if (U_FAILURE(status)) return unicode(text);
-    icu::UnicodeString result = nfd->normalize(unicode(text), status);
-    return U_SUCCESS(status) ? result : unicode(text);
+    if (U_FAILURE(status)) return text;
+    icu::UnicodeString result = nfd->normalize(text, status);
+    return U_SUCCESS(status) ? result : text;
+}
+
+icu::UnicodeString decomposed(const std::string& text) { return decomposed(unicode(text)); }
+
+// The form in which names equal without regard to case are equal: full case folding between
+// canonical decompositions, as Unicode's canonical caseless match has it.
+icu::UnicodeString caselessKey(const std::string& text) {
+    icu::UnicodeString folded = decomposed(text);
+    folded.foldCase();
+    return decomposed(folded);
 }
 
 UploadRecipe example(const char* name, std::int64_t targetBytes, std::int64_t maxEdge, OutputFormat format,
@@ -89,6 +99,8 @@ std::vector<UploadRecipe> restoredRecipes(std::string_view stored) {
     }
     return kept;
 }
+
+bool sameNameIgnoringCase(const std::string& a, const std::string& b) { return caselessKey(a) == caselessKey(b); }
 
 bool hasVisibleText(const std::string& text) {
     const icu::UnicodeString unicodeText = unicode(text);

@@ -56,6 +56,10 @@ std::size_t characterCount(const std::string& text);
 // True when text holds something other than white space and line breaks.
 bool hasVisibleText(const std::string& text);
 
+// Whether two recipe names are one name to the library: equal without regard to letter case
+// under full Unicode case folding ("STRASSE" is "straße"), canonically equivalent forms equal.
+bool sameNameIgnoringCase(const std::string& a, const std::string& b);
+
 }  // namespace parcelo
 
 // The stored form {"id", "name", "settings"}. Reading throws nlohmann::json::exception

@@ -391,6 +391,7 @@ private slots:
         const ImageItem& item = model.items()[0];
         QCOMPARE(item.state, QStringLiteral("Crop adjusted · ready to fit"));
         QVERIFY(item.isPending() && item.outputBytes == 0);
+        QVERIFY2(item.width == 0 && item.height == 0 && item.fileExtension.isEmpty(), "no size of a copy that is gone");
         QCOMPARE(item.crop, (CropPosition{0.0, 0.5}));
         QCOMPARE(model.completed(), 1);
         QVERIFY(!model.previewOriginal());

@@ -166,6 +166,8 @@ private slots:
         QVERIFY(!QFileInfo::exists(copy));
         QCOMPARE(model.items()[0].state, QStringLiteral("Ready"));
         QVERIFY(model.items()[0].isPending() && model.items()[0].outputBytes == 0);
+        QVERIFY2(model.items()[0].width == 0 && model.items()[0].height == 0 && model.items()[0].fileExtension.isEmpty(),
+                 "no size of a copy that is gone");
         QVERIFY(model.items()[0].thumbnail);
         QCOMPARE(model.completed(), 0);
         QVERIFY(!model.exportedDirectory() && !model.message() && !model.activeRecipeName());
@@ -275,10 +277,17 @@ private slots:
         QVERIFY(model.saveRecipe(QString(40, QLatin1Char('x'))));
         QVERIFY(model.saveRecipe(QStringLiteral("Web photo")));  // a user recipe beside the example of that name
         QVERIFY(model.recipes()[2].id() != UploadRecipe::examples()[0].id());
-        for (int i = 3; i < 20; ++i) QVERIFY(model.saveRecipe(QStringLiteral("Recipe %1").arg(i)));
+        QVERIFY(model.saveRecipe(QStringLiteral("STRASSE")));
+        QVERIFY(model.saveRecipe(QStringLiteral("Cafe\u0301")));  // e and a combining acute accent
+        for (int i = 5; i < 20; ++i) QVERIFY(model.saveRecipe(QStringLiteral("Recipe %1").arg(i)));
         const QByteArray full = sandbox.preferences().value(kRecipes).toByteArray();
         QVERIFY(!model.saveRecipe(QStringLiteral("One more")));
         QCOMPARE(sandbox.preferences().value(kRecipes).toByteArray(), full);
+        // Full case folding (ß is ss) and canonical equivalence (É is E and an accent) find names too.
+        QVERIFY(model.saveRecipe(QStringLiteral("straße")));
+        QVERIFY(model.saveRecipe(QStringLiteral("CAFÉ")));
+        QCOMPARE(QString::fromStdString(model.recipes()[3].name()), QStringLiteral("straße"));
+        QCOMPARE(QString::fromStdString(model.recipes()[4].name()), QStringLiteral("CAFÉ"));
         const Uuid id = model.recipes()[0].id();
         model.setTargetKB(200);
         QVERIFY(model.saveRecipe(QStringLiteral("shop PHOTO")));  // a full library still takes replacements
@@ -346,6 +355,9 @@ private slots:
         QTest::newRow("the first twenty valid with distinct ids") << QByteArray::fromStdString(list.dump()) << firstTwenty;
         const auto oneBad = nlohmann::json::array({recipeJson(idNumber(1), "Good", kShop), recipeJson("not-a-uuid", "Bad", kShop)});
         QTest::newRow("one malformed recipe") << QByteArray::fromStdString(oneBad.dump()) << QStringList();
+        auto pastInt64 = nlohmann::json::array({recipeJson(idNumber(1), "Good", kShop), recipeJson(idNumber(2), "Huge", kShop)});
+        pastInt64[1]["settings"]["targetBytes"] = nlohmann::json::parse("18446744073709551615");
+        QTest::newRow("a number past 64 bits") << QByteArray::fromStdString(pastInt64.dump()) << QStringList();
         QTest::newRow("100,000 bytes") << paddedRecipes(100'000) << QStringList{QStringLiteral("Shop")};
         QCOMPARE(paddedRecipes(100'001).size(), 100'001);
         QTest::newRow("100,001 bytes") << paddedRecipes(100'001) << QStringList();

@@ -45,14 +45,20 @@ TEST(FitSettings, JsonWithMissingKeyWrongTypeOrUnknownFormatDoesNotDecode) {
         broken.push_back(good);
         broken.back().erase(key);
     }
-    const std::pair<const char*, json> changes[] = {{"outputFormat", "JPEG"}, {"outputFormat", "webp"},
-                                                    {"outputFormat", ""},     {"outputFormat", 1},
-                                                    {"targetBytes", 12.5},    {"maxEdge", "100"}};
+    // Numbers past the largest signed 64-bit integer must not wrap round to negative ones.
+    const std::pair<const char*, json> changes[] = {
+        {"outputFormat", "JPEG"},   {"outputFormat", "webp"}, {"outputFormat", ""},
+        {"outputFormat", 1},        {"targetBytes", 12.5},    {"maxEdge", "100"},
+        {"targetBytes", json::parse("18446744073709551615")}, {"exactWidth", json::parse("9223372036854775808")},
+        {"exactHeight", json::parse("-9223372036854775809")}};
     for (const auto& [key, value] : changes) {
         broken.push_back(good);
         broken.back()[key] = value;
     }
     for (const json& stored : broken) EXPECT_THROW(stored.get<FitSettings>(), json::exception) << stored.dump();
+    json largest = good;
+    largest["maxEdge"] = json::parse("9223372036854775807");
+    EXPECT_EQ(largest.get<FitSettings>().maxEdge, std::numeric_limits<std::int64_t>::max());
 }
 
 TEST(OutputFormat, RawValuesAndLabelsInListOrder) {
