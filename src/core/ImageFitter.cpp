@@ -44,6 +44,7 @@ FitResult fit(const std::filesystem::path& path, const FitSettings& settings, co
     if (!settings.isValid() || !crop.isValid()) throw FitError(FitError::Case::invalidSettings);
     throwIfStopped(stopToken);
     const ValidatedSource source = detail::validatedSource(path);
+    const detail::MutedStandardError muted(detail::isHeifFamily(source.type));
     const std::int64_t decodeEdge = decodeEdgeFor(source, settings);
 
     // The common case, a generous limit for an opaque photo, is settled in one pass that decodes
@@ -126,6 +127,7 @@ void verify(const FitResult& result, const FitSettings& settings) {
 Bitmap preview(const std::filesystem::path& path, std::int64_t maxEdge, std::stop_token stopToken) {
     throwIfStopped(stopToken);
     const ValidatedSource source = detail::validatedSource(path);
+    const detail::MutedStandardError muted(detail::isHeifFamily(source.type));
     const std::int64_t edge = std::clamp(maxEdge, kSmallestPreviewEdge, kLargestPreviewEdge);
     const VImage decoded = detail::scaledDecode(source, edge);
     throwIfStopped(stopToken);

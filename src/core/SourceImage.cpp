@@ -132,6 +132,7 @@ void checkHeader(ValidatedSource& source) {
     if (!png.whole) fail(FitError::Case::unreadable);
     VImage header;
     try {
+        const MutedStandardError muted(isHeifFamily(source.type));
         header = openHeader(source.path, source.type);
     } catch (const vips::VError&) {
         clearVipsError();

@@ -19,6 +19,9 @@ enum class SourceType { jpeg, png, gif, tiff, bmp, heic, heif };
 // told apart by their ftyp brands; AVIF is not accepted as HEIF.
 std::optional<SourceType> sniffSourceType(std::span<const std::uint8_t> head);
 
+// HEIC and HEIF: decoded by libde265, which prints some errors to the standard error itself.
+inline bool isHeifFamily(SourceType type) { return type == SourceType::heic || type == SourceType::heif; }
+
 struct ValidatedSource {
     std::filesystem::path path;
     SourceType type = SourceType::jpeg;

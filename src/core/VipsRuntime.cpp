@@ -1,5 +1,9 @@
 #include "VipsRuntime.h"
 
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cstdio>
 #include <cstdlib>
 #include <mutex>
 
@@ -44,5 +48,36 @@ void ensureVipsStarted() {
 }
 
 void clearVipsError() { vips_error_clear(); }
+
+namespace {
+
+std::mutex mutedMutex;
+int mutedCount = 0;
+int savedStandardError = -1;
+
+}  // namespace
+
+MutedStandardError::MutedStandardError(bool active) : active_(active) {
+    if (!active_) return;
+    const std::lock_guard lock(mutedMutex);
+    if (mutedCount++ > 0) return;
+    std::fflush(stderr);
+    savedStandardError = ::fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, 0);
+    const int nowhere = ::open("/dev/null", O_WRONLY | O_CLOEXEC);
+    if (nowhere >= 0) {
+        ::dup2(nowhere, STDERR_FILENO);
+        ::close(nowhere);
+    }
+}
+
+MutedStandardError::~MutedStandardError() {
+    if (!active_) return;
+    const std::lock_guard lock(mutedMutex);
+    if (--mutedCount > 0 || savedStandardError < 0) return;
+    std::fflush(stderr);
+    ::dup2(savedStandardError, STDERR_FILENO);
+    ::close(savedStandardError);
+    savedStandardError = -1;
+}
 
 }  // namespace parcelo::detail

@@ -1,6 +1,7 @@
 // Every input with which a fuzzer (or a hand-made hostile file) once found a fault, fed again to
 // the checks it broke. A file named "{outcome}--{what it found}" must also end in that outcome:
-// "unreadable--png-text-chunk-claiming-750-mb.png" must be refused, not just survived.
+// "unreadable--png-text-chunk-claiming-750-mb.png" must be refused, not just survived. None may
+// make a library print a line.
 #include <filesystem>
 #include <fstream>
 #include <functional>
@@ -34,7 +35,9 @@ TEST(FuzzRegressions, EveryKeptInputKeepsTheEnginesPromises) {
             SCOPED_TRACE(entry.path().string());
             const std::vector<std::uint8_t> bytes = bytesOf(entry.path());
             std::string outcome;
+            testing::internal::CaptureStderr();
             EXPECT_NO_THROW(outcome = check(bytes));
+            EXPECT_EQ(testing::internal::GetCapturedStderr(), "") << "a library printed on the terminal";
             const std::string name = entry.path().filename().string();
             if (const auto dashes = name.find("--"); dashes != std::string::npos) {
                 EXPECT_EQ(outcome, name.substr(0, dashes));
