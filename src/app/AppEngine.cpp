@@ -12,6 +12,8 @@
 #include <QStandardPaths>
 
 #include "AppLinks.h"
+#include "CropGeometry.h"
+#include "PreviewLoader.h"
 
 namespace parcelo {
 
@@ -77,10 +79,14 @@ void prepareEngine(QQmlEngine& engine, AppModel& model) {
         qmlRegisterSingletonType<AppModel>("Parcelo.Model", 1, 0, "AppModel", modelOfEngine);
         qmlRegisterSingletonType<AppLinks>("Parcelo.Model", 1, 0, "AppLinks",
                                            [](QQmlEngine*, QJSEngine*) -> QObject* { return new AppLinks; });
+        qmlRegisterType<PreviewLoader>("Parcelo.Model", 1, 0, "PreviewLoader");
+        qmlRegisterSingletonType<CropGeometryForView>("Parcelo.Model", 1, 0, "CropGeometry",
+                                                      [](QQmlEngine*, QJSEngine*) -> QObject* { return new CropGeometryForView; });
     });
     engine.setProperty(kModelProperty, QVariant::fromValue<QObject*>(&model));
     engine.addImageProvider(QStringLiteral("thumbnails"), model.makeThumbnailProvider());
     engine.addImageProvider(QStringLiteral("symbol"), new SymbolImageProvider);
+    engine.addImageProvider(QStringLiteral("previews"), new PreviewProvider);
     // Qt 6.4 has no default import path for modules built into the resources.
     engine.addImportPath(QStringLiteral("qrc:/qt/qml"));
 }

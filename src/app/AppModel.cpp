@@ -10,6 +10,7 @@
 
 #include "AppModelTasks.h"
 #include "BatchTexts.h"
+#include "ByteCountFormat.h"
 #include "PathText.h"
 #include "WorkingFolder.h"
 
@@ -153,6 +154,8 @@ std::optional<ImageItem> AppModel::current() const {
         if (const auto position = items_.position(*selected_)) return items()[*position];
     return items().front();
 }
+
+QString AppModel::decimalSize(qint64 bytes) { return QString::fromStdString(formatByteCount(bytes)); }
 
 QVariantMap AppModel::currentForView() const {
     const auto item = current();

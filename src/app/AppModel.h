@@ -131,6 +131,8 @@ public:
     [[nodiscard]] QString cache() const { return cache_; }
     // The thumbnails for QML; the engine takes ownership of the provider.
     [[nodiscard]] ThumbnailProvider* makeThumbnailProvider() const;
+    // A byte count as the views show sizes: decimal units ("4.2 MB").
+    Q_INVOKABLE static QString decimalSize(qint64 bytes);
 
     // ---- Requirement state ----
     [[nodiscard]] qint64 targetKB() const { return targetKB_; }

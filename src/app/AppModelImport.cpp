@@ -11,6 +11,7 @@
 #include "ImageFitter.h"
 #include "ImageImport.h"
 #include "PathText.h"
+#include "PreviewLoader.h"
 
 namespace parcelo {
 
@@ -48,19 +49,13 @@ ExpansionOutcome expandInBackground(const std::vector<std::filesystem::path>& ur
     }
 }
 
-QImage toImage(const Bitmap& bitmap) {
-    const QImage view(bitmap.rgba.data(), static_cast<int>(bitmap.width), static_cast<int>(bitmap.height),
-                      static_cast<qsizetype>(bitmap.width * 4), QImage::Format_RGBA8888);
-    return view.copy();
-}
-
 ThumbnailOutcome makeThumbnail(const QString& source, std::stop_token stopToken) {
     const std::filesystem::path path = toFsPath(source);
     std::error_code sizeError;
     const auto size = std::filesystem::file_size(path, sizeError);
     ThumbnailOutcome outcome{std::nullopt, sizeError ? 0 : static_cast<qint64>(size), std::nullopt};
     try {
-        outcome.image = toImage(ImageFitter::preview(path, kThumbnailEdge, stopToken));
+        outcome.image = imageOf(ImageFitter::preview(path, kThumbnailEdge, stopToken));
     } catch (const FitError& error) {
         outcome.error = QString::fromUtf8(error.errorDescription().data(),
                                           static_cast<qsizetype>(error.errorDescription().size()));

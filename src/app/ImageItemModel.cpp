@@ -24,6 +24,8 @@ QVariant fieldOf(const ImageItem& item, int role) {
     case ImageItemModel::StateRole: return item.state;
     case ImageItemModel::FailedRole: return item.failed;
     case ImageItemModel::CropRole: return QPointF(item.crop.x, item.crop.y);
+    case ImageItemModel::FileNameRole: return item.fileName();
+    case ImageItemModel::PathRole: return item.source;
     default: return {};
     }
 }
@@ -57,6 +59,8 @@ QHash<int, QByteArray> ImageItemModel::roleNames() const {
         {StateRole, "state"},
         {FailedRole, "failed"},
         {CropRole, "crop"},
+        {FileNameRole, "fileName"},
+        {PathRole, "path"},
     };
 }
 

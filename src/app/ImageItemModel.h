@@ -30,6 +30,8 @@ public:
         StateRole,
         FailedRole,
         CropRole,
+        FileNameRole,
+        PathRole,
     };
     Q_ENUM(Role)
 

@@ -1,0 +1,111 @@
+#pragma once
+
+#include <memory>
+#include <mutex>
+#include <stop_token>
+
+#include <QHash>
+#include <QImage>
+#include <QObject>
+#include <QQmlParserStatus>
+#include <QQuickImageProvider>
+#include <QSize>
+#include <QUrl>
+
+#include "ImageFitter.h"
+
+namespace parcelo {
+
+// A decoded engine bitmap as an image Qt can draw.
+QImage imageOf(const Bitmap& bitmap);
+
+// The pictures the preview loaders of one engine have finished, by key. Loaders write on the
+// main thread; QML's image loader may read from its own thread.
+class PreviewStore {
+public:
+    void insert(const QString& key, const QImage& image);
+    void remove(const QString& key);
+    [[nodiscard]] QImage find(const QString& key) const;
+
+private:
+    mutable std::mutex mutex_;
+    QHash<QString, QImage> images_;
+};
+
+// Serves "image://previews/{key}" from the store; the pictures are decoded already.
+class PreviewProvider : public QQuickImageProvider {
+public:
+    PreviewProvider();
+    QImage requestImage(const QString& id, QSize* size, const QSize& requestedSize) override;
+    [[nodiscard]] const std::shared_ptr<PreviewStore>& store() const { return store_; }
+
+private:
+    std::shared_ptr<PreviewStore> store_ = std::make_shared<PreviewStore>();
+};
+
+// Decodes one image file for display, off the main thread, at most 1,600 pixels on its longer
+// edge. A new `source` cancels the load in progress; a load overtaken by a newer source never
+// shows, so that quickly switching images ends with the picture of the last one.
+class PreviewLoader : public QObject, public QQmlParserStatus {
+    Q_OBJECT
+    Q_INTERFACES(QQmlParserStatus)
+
+    /// The file to show; empty for none.
+    Q_PROPERTY(QUrl source READ source WRITE setSource NOTIFY sourceChanged FINAL)
+    /// Where QML's Image finds the decoded picture; empty while loading or after a failure.
+    Q_PROPERTY(QUrl image READ image NOTIFY imageChanged FINAL)
+    /// The decoded picture's size in pixels; empty while there is none.
+    Q_PROPERTY(QSize imageSize READ imageSize NOTIFY imageChanged FINAL)
+    /// A load is in progress.
+    Q_PROPERTY(bool loading READ loading NOTIFY loadingChanged FINAL)
+    /// The engine's message when the file cannot be shown; empty otherwise.
+    Q_PROPERTY(QString error READ error NOTIFY errorChanged FINAL)
+
+public:
+    explicit PreviewLoader(QObject* parent = nullptr);
+    ~PreviewLoader() override;
+    PreviewLoader(const PreviewLoader&) = delete;
+    PreviewLoader& operator=(const PreviewLoader&) = delete;
+
+    [[nodiscard]] QUrl source() const { return source_; }
+    void setSource(const QUrl& source);
+    [[nodiscard]] QUrl image() const;
+    [[nodiscard]] QSize imageSize() const { return imageSize_; }
+    [[nodiscard]] bool loading() const { return loading_; }
+    [[nodiscard]] QString error() const { return error_; }
+
+    void classBegin() override {}
+    void componentComplete() override;
+
+signals:
+    void sourceChanged();
+    void imageChanged();
+    void loadingChanged();
+    void errorChanged();
+
+private:
+    struct Outcome {
+        std::optional<QImage> image;
+        QString error;
+        bool cancelled = false;
+    };
+    static Outcome decode(const QString& path, std::stop_token stopToken);
+
+    void load();
+    void finish(quint64 generation, const Outcome& outcome);
+    void show(const QImage& image);
+    void setLoading(bool loading);
+    void setError(const QString& error);
+
+    QUrl source_;
+    QSize imageSize_;
+    QString key_;
+    bool loading_ = false;
+    bool complete_ = false;
+    QString error_;
+    quint64 generation_ = 0;
+    std::shared_ptr<std::stop_source> stop_;
+    std::shared_ptr<PreviewStore> store_;
+};
+
+}  // namespace parcelo
