@@ -3,6 +3,7 @@
 #include <memory>
 
 #include <QDir>
+#include <QMimeData>
 #include <QQmlComponent>
 #include <QQmlEngine>
 #include <QQuickItem>
@@ -91,6 +92,33 @@ public:
 
     // What the window shows now.
     [[nodiscard]] QImage grab() const { return window_->grabWindow(); }
+
+    // Drags the locations over the window and drops them at its centre, as a file manager would;
+    // whether the window accepted the drop. hovering() runs while the drag is over the window.
+    bool drop(const QList<QUrl>& urls, const std::function<void()>& hovering = {}) const {
+        QMimeData data;
+        data.setUrls(urls);
+        const QPoint centre(window_->width() / 2, window_->height() / 2);
+        QDragEnterEvent enter(centre, Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
+        QCoreApplication::sendEvent(window_, &enter);
+        QDragMoveEvent move(centre, Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
+        QCoreApplication::sendEvent(window_, &move);
+        if (hovering) hovering();
+        QDropEvent drop(centre, Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
+        QCoreApplication::sendEvent(window_, &drop);
+        return drop.isAccepted();
+    }
+
+    // Presses the mouse in the middle of the item, moves it by delta in small steps, and lets go.
+    void drag(QQuickItem* item, QPointF delta) const {
+        QVERIFY2(item, "no item to drag");
+        const QPointF start = item->mapToScene(QPointF(item->width() / 2, item->height() / 2));
+        QTest::mousePress(window_, Qt::LeftButton, Qt::NoModifier, start.toPoint());
+        constexpr int kSteps = 20;
+        for (int step = 1; step <= kSteps; ++step)
+            QTest::mouseMove(window_, (start + delta * step / kSteps).toPoint());
+        QTest::mouseRelease(window_, Qt::LeftButton, Qt::NoModifier, (start + delta).toPoint());
+    }
 
     // Writes the window as a PNG into the build's screenshot folder, for people to look at.
     QString screenshot(const QString& name) const {

@@ -1,0 +1,61 @@
+import QtQuick
+import QtQuick.Layouts
+import Parcelo.Model
+import Parcelo.Style
+
+// The batch: the preview stage of the current image, the verification line, the queue header
+// and the list of images.
+ColumnLayout {
+    id: root
+
+    // Green of the verified copy: the shield line and "{saved} lighter".
+    readonly property color verifiedGreen: Qt.rgba(0.16, 0.48, 0.34, 1)
+    readonly property bool hasCurrent: AppModel.current.id !== undefined
+    readonly property bool currentFitted: hasCurrent && AppModel.current.output.toString() !== ""
+
+    // The user asked to adjust the crop of the current image.
+    signal adjustCrop()
+
+    spacing: 12
+
+    PreviewStage {
+        visible: root.hasCurrent
+        Layout.fillWidth: true
+        Layout.fillHeight: true
+        Layout.minimumHeight: 140
+        onAdjustCrop: root.adjustCrop()
+    }
+
+    VerificationLine {
+        visible: root.currentFitted
+        Layout.fillWidth: true
+        green: root.verifiedGreen
+    }
+
+    RowLayout {
+        Layout.fillWidth: true
+        spacing: 8
+
+        Text {
+            objectName: "queueCount"
+            Layout.fillWidth: true
+            text: AppModel.items.count + (AppModel.items.count === 1 ? " IMAGE" : " IMAGES")
+            color: Palette.ink
+            font.pixelSize: 10
+            font.bold: true
+            font.letterSpacing: 1.7
+        }
+        Text {
+            objectName: "savedBytes"
+            visible: AppModel.readyCount >= 1
+            text: AppModel.decimalSize(AppModel.savedBytes) + " lighter"
+            color: root.verifiedGreen
+            font.pixelSize: 10
+            font.bold: true
+        }
+    }
+
+    ImageList {
+        Layout.fillWidth: true
+    }
+}

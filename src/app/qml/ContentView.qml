@@ -1,0 +1,110 @@
+import QtQuick
+import QtQuick.Layouts
+import Parcelo.Model
+import Parcelo.Style
+
+// The whole content of the window: the settings sidebar, a hairline, and the workspace column
+// with its header, the empty state or the batch, and the footer. Accepts dropped files and
+// folders, and presents the crop editor over everything.
+Item {
+    id: root
+
+    // True while a drag with file locations hovers over the view.
+    property bool targeted: false
+    // The image whose crop editor is open (a map as AppModel.current gives it); null for none.
+    property var cropItem: null
+
+    // The side of the exact size as typed, or 600 when it is not a whole number.
+    function exactSide(text) {
+        return /^[0-9]+$/.test(text) ? parseInt(text, 10) : 600
+    }
+
+    implicitWidth: 900
+    implicitHeight: 640
+
+    RowLayout {
+        anchors.fill: parent
+        spacing: 0
+
+        // The settings sidebar's place.
+        Item {
+            Layout.preferredWidth: 246
+            Layout.fillHeight: true
+        }
+
+        Rectangle {
+            objectName: "hairline"
+            Layout.preferredWidth: 1
+            Layout.fillHeight: true
+            color: Qt.alpha(Palette.ink, 0.07)
+        }
+
+        Rectangle {
+            Layout.fillWidth: true
+            Layout.fillHeight: true
+            color: Palette.paper
+
+            ColumnLayout {
+                anchors.fill: parent
+                anchors.margins: 24
+                spacing: 16
+
+                WorkspaceHeader {
+                    Layout.fillWidth: true
+                }
+                EmptyState {
+                    visible: AppModel.items.count === 0
+                    Layout.fillWidth: true
+                    Layout.fillHeight: true
+                }
+                BatchArea {
+                    visible: AppModel.items.count > 0
+                    Layout.fillWidth: true
+                    Layout.fillHeight: true
+                    onAdjustCrop: root.cropItem = AppModel.current
+                }
+                WorkspaceFooter {
+                    Layout.fillWidth: true
+                }
+            }
+        }
+    }
+
+    DropArea {
+        objectName: "dropTarget"
+        anchors.fill: parent
+        onEntered: drag => {
+            root.targeted = drag.hasUrls
+            drag.accepted = drag.hasUrls
+        }
+        onExited: root.targeted = false
+        onDropped: drop => {
+            root.targeted = false
+            if (AppModel.busy || AppModel.exporting || AppModel.scanning) {
+                drop.accepted = false
+                return
+            }
+            // Only file locations count; anything else dropped along is skipped.
+            AppModel.add(drop.urls.filter(url => url.toString().startsWith("file:")))
+            drop.accept(Qt.CopyAction)
+        }
+    }
+
+    DropOutline {
+        anchors.fill: parent
+        visible: root.targeted
+    }
+
+    onCropItemChanged: if (cropItem) cropEditor.open()
+
+    CropEditor {
+        id: cropEditor
+
+        objectName: "cropEditor"
+        item: root.cropItem
+        exactWidth: root.exactSide(AppModel.pixelWidth)
+        exactHeight: root.exactSide(AppModel.pixelHeight)
+        onApplied: position => AppModel.setCrop(root.cropItem.id, position.x, position.y)
+        onClosed: root.cropItem = null
+    }
+}

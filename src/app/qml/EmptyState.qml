@@ -1,0 +1,118 @@
+import QtQuick
+import QtQuick.Layouts
+import Qt5Compat.GraphicalEffects
+import Parcelo.Model
+import Parcelo.Style
+
+// What the workspace shows with no images: where to drop them, the one button that opens the
+// chooser, and what Parcelo does for the batch.
+Item {
+    id: root
+
+    ColumnLayout {
+        anchors.centerIn: parent
+        width: Math.min(parent.width, 460)
+        spacing: 0
+
+        Item {
+            Layout.alignment: Qt.AlignHCenter
+            Layout.preferredWidth: 96
+            Layout.preferredHeight: 96
+
+            DropShadow {
+                anchors.fill: tile
+                source: tile
+                color: Qt.alpha(Palette.violet, 0.3)
+                radius: 18
+                samples: 37
+                verticalOffset: 8
+            }
+            Rectangle {
+                id: tile
+
+                anchors.fill: parent
+                radius: 22
+                visible: false
+            }
+            LinearGradient {
+                id: gradient
+
+                anchors.fill: parent
+                source: tile
+                start: Qt.point(0, 0)
+                end: Qt.point(width, height)
+                gradient: Gradient {
+                    GradientStop { position: 0; color: Qt.rgba(1.0, 0.85, 0.77, 1) }
+                    GradientStop { position: 1; color: Qt.rgba(0.87, 0.81, 1.0, 1) }
+                }
+            }
+            Symbol {
+                anchors.centerIn: parent
+                name: "photo.badge.arrow.down.fill"
+                size: 48
+                color: "white"
+            }
+        }
+
+        Text {
+            Layout.alignment: Qt.AlignHCenter
+            Layout.topMargin: 22
+            text: "Drop images or a folder."
+            color: Palette.ink
+            font.pixelSize: 24
+            font.bold: true
+        }
+        Text {
+            Layout.alignment: Qt.AlignHCenter
+            Layout.topMargin: 6
+            text: "One set of upload rules for the whole batch."
+            color: Palette.ink
+            opacity: 0.68
+            font.pixelSize: 13
+        }
+        DarkButton {
+            objectName: "chooseButton"
+            Layout.alignment: Qt.AlignHCenter
+            Layout.topMargin: 18
+            text: "Choose images or folders…"
+            onClicked: AppModel.chooseFiles()
+        }
+        Text {
+            Layout.alignment: Qt.AlignHCenter
+            Layout.topMargin: 10
+            text: "JPEG · PNG · HEIC · TIFF · BMP · Subfolders included"
+            color: Palette.ink
+            opacity: 0.6
+            font.pixelSize: 10
+            font.weight: Font.Medium
+            font.letterSpacing: 1
+        }
+        RowLayout {
+            Layout.fillWidth: true
+            Layout.topMargin: 30
+            spacing: 22
+
+            MiniBenefit {
+                Layout.fillWidth: true
+                Layout.preferredWidth: 1
+                icon: "arrow.down.to.line.compact"
+                title: "Fits your limit"
+                detail: "Pick a size. Skip the guesswork."
+            }
+            MiniBenefit {
+                Layout.fillWidth: true
+                Layout.preferredWidth: 1
+                icon: "slider.horizontal.3"
+                title: "Save a recipe"
+                detail: "Your requirements, ready next time."
+            }
+            MiniBenefit {
+                Layout.fillWidth: true
+                Layout.preferredWidth: 1
+                icon: "location.slash"
+                title: "Less baggage"
+                detail: "EXIF and GPS left behind."
+            }
+        }
+    }
+}

@@ -1,0 +1,51 @@
+import QtQuick
+import QtQuick.Controls
+import QtQuick.Layouts
+import Parcelo.Model
+import Parcelo.Style
+
+// Under the preview of a fitted image: the copy was checked, against these requirements.
+Rectangle {
+    id: root
+
+    required property color green
+
+    objectName: "verificationLine"
+    implicitHeight: line.implicitHeight + 14
+    radius: 9
+    color: Qt.rgba(0.20, 0.78, 0.35, 0.045)
+
+    RowLayout {
+        id: line
+
+        anchors.fill: parent
+        anchors.leftMargin: 12
+        anchors.rightMargin: 12
+        spacing: 6
+
+        Symbol {
+            name: "checkmark.shield.fill"
+            size: 13
+            color: root.green
+        }
+        Text {
+            text: "Export checked"
+            color: root.green
+            font.pixelSize: 12
+            font.weight: Font.DemiBold
+
+            HoverHandler { id: hover }
+            ToolTip.visible: hover.hovered
+            ToolTip.delay: 600
+            ToolTip.text: "File size, pixel dimensions and output format verified"
+        }
+        Text {
+            objectName: "requirementSummary"
+            Layout.fillWidth: true
+            text: AppModel.requirementSummary
+            color: Palette.ink
+            font.pixelSize: 12
+            elide: Text.ElideRight
+        }
+    }
+}
