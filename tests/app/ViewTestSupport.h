@@ -10,6 +10,7 @@
 #include <QQuickWindow>
 #include <QTest>
 #include <QtQml/qqmlextensionplugin.h>
+#include <QtQuickTest/quicktest.h>
 
 #include "AppEngine.h"
 #include "AppTestSupport.h"
@@ -68,9 +69,15 @@ public:
         return findItem<T>(top, objectName);
     }
 
+    // Lays the window out as its next frame will, so that sizes and places read as drawn.
+    void settle() const {
+        if (QQuickTest::qIsPolishScheduled(window_)) QVERIFY(QQuickTest::qWaitForPolish(window_));
+    }
+
     // A left click in the middle of the item, through the window as a mouse would.
     void click(QQuickItem* item) const {
         QVERIFY2(item, "no item to click");
+        settle();
         QVERIFY2(item->isVisible(), qPrintable(item->objectName() + QStringLiteral(" is not visible")));
         const QPointF centre = item->mapToScene(QPointF(item->width() / 2, item->height() / 2));
         QTest::mouseClick(window_, Qt::LeftButton, Qt::NoModifier, centre.toPoint());
@@ -112,6 +119,7 @@ public:
     // Presses the mouse in the middle of the item, moves it by delta in small steps, and lets go.
     void drag(QQuickItem* item, QPointF delta) const {
         QVERIFY2(item, "no item to drag");
+        settle();
         const QPointF start = item->mapToScene(QPointF(item->width() / 2, item->height() / 2));
         QTest::mousePress(window_, Qt::LeftButton, Qt::NoModifier, start.toPoint());
         constexpr int kSteps = 20;

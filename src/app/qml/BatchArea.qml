@@ -2,6 +2,7 @@ import QtQuick
 import QtQuick.Layouts
 import Parcelo.Model
 import Parcelo.Style
+import Parcelo.Style as Style
 
 // The batch: the preview stage of the current image, the verification line, the queue header
 // and the list of images.
@@ -40,7 +41,7 @@ ColumnLayout {
             objectName: "queueCount"
             Layout.fillWidth: true
             text: AppModel.items.count + (AppModel.items.count === 1 ? " IMAGE" : " IMAGES")
-            color: Palette.ink
+            color: Style.Palette.ink
             font.pixelSize: 10
             font.bold: true
             font.letterSpacing: 1.7

@@ -1,6 +1,7 @@
 import QtQuick
 import Parcelo.Model
 import Parcelo.Style
+import Parcelo.Style as Style
 
 // One image file, decoded off the main thread at most 1,600 pixels on its longer edge and
 // scaled to fit, aspect kept; the photo symbol while nothing is decoded.
@@ -37,6 +38,6 @@ Item {
         visible: !root.loaded
         name: "photo"
         size: 48
-        color: Palette.muted
+        color: Style.Palette.muted
     }
 }

@@ -3,6 +3,7 @@ import QtQuick.Controls
 import QtQuick.Layouts
 import Parcelo.Model
 import Parcelo.Style
+import Parcelo.Style as Style
 
 // Along the bottom of the preview stage: the Fitted/Original switch and what the picture is,
 // or only "Original preview" for an image without a fitted copy.
@@ -25,7 +26,7 @@ Item {
         width: bar.implicitWidth + 12
         height: bar.implicitHeight + 8
         radius: height / 2
-        color: Qt.alpha(Palette.ink, 0.55)
+        color: Qt.alpha(Style.Palette.ink, 0.55)
     }
 
     RowLayout {

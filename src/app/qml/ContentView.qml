@@ -2,6 +2,7 @@ import QtQuick
 import QtQuick.Layouts
 import Parcelo.Model
 import Parcelo.Style
+import Parcelo.Style as Style
 
 // The whole content of the window: the settings sidebar, a hairline, and the workspace column
 // with its header, the empty state or the batch, and the footer. Accepts dropped files and
@@ -36,13 +37,13 @@ Item {
             objectName: "hairline"
             Layout.preferredWidth: 1
             Layout.fillHeight: true
-            color: Qt.alpha(Palette.ink, 0.07)
+            color: Qt.alpha(Style.Palette.ink, 0.07)
         }
 
         Rectangle {
             Layout.fillWidth: true
             Layout.fillHeight: true
-            color: Palette.paper
+            color: Style.Palette.paper
 
             ColumnLayout {
                 anchors.fill: parent

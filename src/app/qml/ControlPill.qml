@@ -3,6 +3,7 @@ import QtQuick.Controls
 import QtQuick.Layouts
 import Parcelo.Model
 import Parcelo.Style
+import Parcelo.Style as Style
 
 // Top right on the preview stage: "Adjust crop" in exact-pixel mode, and the control that opens
 // a full-size duplicate of the fitted copy in the desktop's image viewer.
@@ -45,11 +46,11 @@ Rectangle {
                 Symbol {
                     name: "crop"
                     size: 11
-                    color: Palette.ink
+                    color: Style.Palette.ink
                 }
                 Text {
                     text: cropButton.text
-                    color: Palette.ink
+                    color: Style.Palette.ink
                     font.pixelSize: 10
                     font.weight: Font.Medium
                 }
@@ -71,7 +72,7 @@ Rectangle {
             contentItem: Symbol {
                 name: "arrow.up.right.square"
                 size: 13
-                color: Palette.ink
+                color: Style.Palette.ink
             }
         }
     }

@@ -3,6 +3,7 @@ import QtQuick.Controls
 import QtQuick.Shapes
 import Parcelo.Model
 import Parcelo.Style
+import Parcelo.Style as Style
 
 // The picture of the crop editor with its frame: the picture scaled to fit, the outside of the
 // frame shaded, and the frame dragged one to one across the picture.
@@ -29,7 +30,7 @@ Rectangle {
     signal moved(point position)
 
     radius: 10
-    color: Qt.alpha(Palette.ink, 0.06)
+    color: Qt.alpha(Style.Palette.ink, 0.06)
 
     PreviewLoader {
         id: loader
@@ -51,7 +52,7 @@ Rectangle {
         anchors.margins: 24
         visible: loader.error !== ""
         text: loader.error
-        color: Palette.muted
+        color: Style.Palette.muted
         font.pixelSize: 12
         wrapMode: Text.Wrap
         horizontalAlignment: Text.AlignHCenter
@@ -119,7 +120,8 @@ Rectangle {
             dragThreshold: 10
             onTranslationChanged: {
                 if (!active) return
-                if (root.dragStart === null) root.dragStart = root.position
+                // A copy: the position itself moves during the drag.
+                if (root.dragStart === null) root.dragStart = Qt.point(root.position.x, root.position.y)
                 root.moved(CropGeometry.dragged(root.dragStart, Qt.point(translation.x, translation.y),
                                                      root.pictureRect, root.frameRect))
             }

@@ -3,6 +3,7 @@ import QtQuick.Controls
 import QtQuick.Layouts
 import Parcelo.Model
 import Parcelo.Style
+import Parcelo.Style as Style
 
 // The sheet in which the crop frame of one image is moved over its picture. Only that image
 // changes; the exact size stays, nothing is stretched or enlarged.
@@ -39,11 +40,11 @@ Popup {
 
     background: Rectangle {
         radius: 14
-        color: Palette.paper
-        border.color: Qt.alpha(Palette.ink, 0.1)
+        color: Style.Palette.paper
+        border.color: Qt.alpha(Style.Palette.ink, 0.1)
     }
     Overlay.modal: Rectangle {
-        color: Qt.alpha(Palette.ink, 0.25)
+        color: Qt.alpha(Style.Palette.ink, 0.25)
     }
 
     Shortcut {
@@ -64,7 +65,7 @@ Popup {
 
                 Text {
                     text: "Position the crop"
-                    color: Palette.ink
+                    color: Style.Palette.ink
                     font.pixelSize: 20
                     font.bold: true
                 }
@@ -72,15 +73,14 @@ Popup {
                     objectName: "cropSubtitle"
                     Layout.fillWidth: true
                     text: root.exactWidth + " × " + root.exactHeight + " px · " + (root.item ? root.item.fileName : "")
-                    color: Palette.muted
+                    color: Style.Palette.muted
                     font.pixelSize: 11
                     elide: Text.ElideMiddle
                 }
             }
-            Button {
+            PushButton {
                 objectName: "centerButton"
                 text: "Center"
-                font.pixelSize: 12
                 onClicked: root.position = Qt.point(0.5, 0.5)
             }
         }
@@ -108,7 +108,7 @@ Popup {
         Text {
             Layout.fillWidth: true
             text: "Drag the frame or use the slider. Only this image changes. Exact pixels stay fixed; nothing is stretched or enlarged."
-            color: Palette.muted
+            color: Style.Palette.muted
             font.pixelSize: 11
             wrapMode: Text.Wrap
         }
@@ -120,10 +120,9 @@ Popup {
             Item {
                 Layout.fillWidth: true
             }
-            Button {
+            PushButton {
                 objectName: "cancelButton"
                 text: "Cancel"
-                font.pixelSize: 12
                 onClicked: root.close()
             }
             DarkButton {

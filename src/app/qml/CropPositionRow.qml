@@ -2,6 +2,7 @@ import QtQuick
 import QtQuick.Controls
 import QtQuick.Layouts
 import Parcelo.Style
+import Parcelo.Style as Style
 
 // Under the crop picture: the slider along the axis the frame can travel, or the note that the
 // image already has the requested shape.
@@ -22,10 +23,12 @@ RowLayout {
     Text {
         visible: root.travel !== "none"
         text: root.horizontal ? "Left" : "Top"
-        color: Palette.ink
+        color: Style.Palette.ink
         font.pixelSize: 11
     }
     Slider {
+        id: slider
+
         objectName: "cropSlider"
         visible: root.travel !== "none"
         Layout.fillWidth: true
@@ -34,11 +37,36 @@ RowLayout {
         value: root.horizontal ? root.position.x : root.position.y
         onMoved: root.moved(root.horizontal ? Qt.point(value, root.position.y) : Qt.point(root.position.x, value))
         Accessible.name: root.horizontal ? "Horizontal crop position" : "Vertical crop position"
+
+        background: Rectangle {
+            x: slider.leftPadding
+            y: slider.topPadding + (slider.availableHeight - height) / 2
+            width: slider.availableWidth
+            height: 4
+            radius: 2
+            color: Qt.alpha(Style.Palette.ink, 0.12)
+
+            Rectangle {
+                width: slider.visualPosition * parent.width
+                height: parent.height
+                radius: 2
+                color: Style.Palette.violet
+            }
+        }
+        handle: Rectangle {
+            x: slider.leftPadding + slider.visualPosition * (slider.availableWidth - width)
+            y: slider.topPadding + (slider.availableHeight - height) / 2
+            width: 18
+            height: 18
+            radius: 9
+            color: slider.pressed ? Qt.darker("white", 1.06) : "white"
+            border.color: Qt.alpha(Style.Palette.ink, 0.25)
+        }
     }
     Text {
         visible: root.travel !== "none"
         text: root.horizontal ? "Right" : "Bottom"
-        color: Palette.ink
+        color: Style.Palette.ink
         font.pixelSize: 11
     }
     Text {
@@ -46,7 +74,7 @@ RowLayout {
         visible: root.travel === "none"
         Layout.fillWidth: true
         text: "This image already has the requested shape. The whole image is included."
-        color: Palette.ink
+        color: Style.Palette.ink
         font.pixelSize: 11
         wrapMode: Text.Wrap
     }

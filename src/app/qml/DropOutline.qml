@@ -1,6 +1,7 @@
 import QtQuick
 import QtQuick.Shapes
 import Parcelo.Style
+import Parcelo.Style as Style
 
 // The highlight drawn over the whole view while files are dragged over it: a dashed violet
 // rounded outline 5 points inside the edges. It never takes the mouse.
@@ -16,7 +17,7 @@ Shape {
     ShapePath {
         id: border
 
-        strokeColor: Palette.violet
+        strokeColor: Style.Palette.violet
         strokeWidth: 3
         fillColor: "transparent"
         strokeStyle: ShapePath.DashLine

@@ -1,8 +1,8 @@
 import QtQuick
 import QtQuick.Layouts
-import Qt5Compat.GraphicalEffects
 import Parcelo.Model
 import Parcelo.Style
+import Parcelo.Style as Style
 
 // What the workspace shows with no images: where to drop them, the one button that opens the
 // chooser, and what Parcelo does for the batch.
@@ -19,32 +19,19 @@ Item {
             Layout.preferredWidth: 96
             Layout.preferredHeight: 96
 
-            DropShadow {
-                anchors.fill: tile
-                source: tile
-                color: Qt.alpha(Palette.violet, 0.3)
-                radius: 18
-                samples: 37
-                verticalOffset: 8
+            SoftShadow {
+                anchors.fill: parent
+                anchors.topMargin: 8
+                anchors.bottomMargin: -8
+                radius: 22
+                blur: 18
+                color: Qt.alpha(Style.Palette.violet, 0.3)
             }
-            Rectangle {
-                id: tile
-
+            RoundedGradient {
                 anchors.fill: parent
                 radius: 22
-                visible: false
-            }
-            LinearGradient {
-                id: gradient
-
-                anchors.fill: parent
-                source: tile
-                start: Qt.point(0, 0)
-                end: Qt.point(width, height)
-                gradient: Gradient {
-                    GradientStop { position: 0; color: Qt.rgba(1.0, 0.85, 0.77, 1) }
-                    GradientStop { position: 1; color: Qt.rgba(0.87, 0.81, 1.0, 1) }
-                }
+                from: Qt.rgba(1.0, 0.85, 0.77, 1)
+                to: Qt.rgba(0.87, 0.81, 1.0, 1)
             }
             Symbol {
                 anchors.centerIn: parent
@@ -58,7 +45,7 @@ Item {
             Layout.alignment: Qt.AlignHCenter
             Layout.topMargin: 22
             text: "Drop images or a folder."
-            color: Palette.ink
+            color: Style.Palette.ink
             font.pixelSize: 24
             font.bold: true
         }
@@ -66,7 +53,7 @@ Item {
             Layout.alignment: Qt.AlignHCenter
             Layout.topMargin: 6
             text: "One set of upload rules for the whole batch."
-            color: Palette.ink
+            color: Style.Palette.ink
             opacity: 0.68
             font.pixelSize: 13
         }
@@ -81,7 +68,7 @@ Item {
             Layout.alignment: Qt.AlignHCenter
             Layout.topMargin: 10
             text: "JPEG · PNG · HEIC · TIFF · BMP · Subfolders included"
-            color: Palette.ink
+            color: Style.Palette.ink
             opacity: 0.6
             font.pixelSize: 10
             font.weight: Font.Medium
@@ -95,6 +82,7 @@ Item {
             MiniBenefit {
                 Layout.fillWidth: true
                 Layout.preferredWidth: 1
+                Layout.alignment: Qt.AlignTop
                 icon: "arrow.down.to.line.compact"
                 title: "Fits your limit"
                 detail: "Pick a size. Skip the guesswork."
@@ -102,6 +90,7 @@ Item {
             MiniBenefit {
                 Layout.fillWidth: true
                 Layout.preferredWidth: 1
+                Layout.alignment: Qt.AlignTop
                 icon: "slider.horizontal.3"
                 title: "Save a recipe"
                 detail: "Your requirements, ready next time."
@@ -109,6 +98,7 @@ Item {
             MiniBenefit {
                 Layout.fillWidth: true
                 Layout.preferredWidth: 1
+                Layout.alignment: Qt.AlignTop
                 icon: "location.slash"
                 title: "Less baggage"
                 detail: "EXIF and GPS left behind."

@@ -3,6 +3,7 @@ import QtQuick.Controls
 import QtQuick.Layouts
 import Parcelo.Model
 import Parcelo.Style
+import Parcelo.Style as Style
 
 // One image of the batch: clicking the row makes it the current image; the cross removes it.
 AbstractButton {
@@ -19,6 +20,8 @@ AbstractButton {
     hoverEnabled: true
     padding: 11
     onClicked: AppModel.selected = model.id
+    // The current image stays in sight, also when a fit run moves on to the next one.
+    onIsCurrentChanged: if (isCurrent) ListView.view.positionViewAtIndex(index, ListView.Contain)
 
     Accessible.role: Accessible.Button
     Accessible.name: model.fileName + ", " + model.state
@@ -31,7 +34,7 @@ AbstractButton {
 
     background: Rectangle {
         radius: 12
-        color: root.isCurrent ? Qt.alpha(Palette.violet, 0.07) : "white"
+        color: root.isCurrent ? Qt.alpha(Style.Palette.violet, 0.07) : "white"
     }
 
     contentItem: RowLayout {
@@ -44,7 +47,7 @@ AbstractButton {
             Rectangle {
                 anchors.fill: parent
                 radius: 8
-                color: Qt.alpha(Palette.ink, 0.05)
+                color: Qt.alpha(Style.Palette.ink, 0.05)
                 clip: true
 
                 Image {
@@ -60,7 +63,7 @@ AbstractButton {
                     visible: root.model.thumbnail === ""
                     name: "photo"
                     size: 16
-                    color: Palette.muted
+                    color: Style.Palette.muted
                 }
             }
             Symbol {
@@ -82,7 +85,7 @@ AbstractButton {
             Text {
                 Layout.fillWidth: true
                 text: root.model.fileName
-                color: Palette.ink
+                color: Style.Palette.ink
                 font.pixelSize: 12
                 font.weight: Font.DemiBold
                 elide: Text.ElideMiddle
@@ -91,7 +94,7 @@ AbstractButton {
                 objectName: "rowState"
                 Layout.fillWidth: true
                 text: root.model.state
-                color: root.model.failed ? Qt.rgba(1.0, 0.23, 0.19, 1) : Palette.muted
+                color: root.model.failed ? Qt.rgba(1.0, 0.23, 0.19, 1) : Style.Palette.muted
                 font.pixelSize: 10
                 elide: Text.ElideRight
             }
@@ -103,7 +106,7 @@ AbstractButton {
             Text {
                 Layout.alignment: Qt.AlignRight
                 text: AppModel.decimalSize(root.fitted ? root.model.outputBytes : root.model.inputBytes)
-                color: Palette.ink
+                color: Style.Palette.ink
                 font.pixelSize: 12
                 font.weight: Font.DemiBold
             }
@@ -111,7 +114,7 @@ AbstractButton {
                 Layout.alignment: Qt.AlignRight
                 visible: root.fitted
                 text: "from " + AppModel.decimalSize(root.model.inputBytes)
-                color: Palette.muted
+                color: Style.Palette.muted
                 font.pixelSize: 10
             }
         }
@@ -131,12 +134,12 @@ AbstractButton {
             contentItem: Symbol {
                 name: "xmark"
                 size: 11
-                color: Palette.muted
+                color: Style.Palette.muted
                 opacity: removeButton.enabled ? 1 : 0.4
             }
             background: Rectangle {
                 radius: 12
-                color: removeButton.hovered ? Qt.alpha(Palette.ink, 0.06) : "transparent"
+                color: removeButton.hovered ? Qt.alpha(Style.Palette.ink, 0.06) : "transparent"
             }
         }
     }

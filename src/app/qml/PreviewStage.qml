@@ -1,9 +1,9 @@
 import QtQuick
 import QtQuick.Controls
 import QtQuick.Layouts
-import Qt5Compat.GraphicalEffects
 import Parcelo.Model
 import Parcelo.Style
+import Parcelo.Style as Style
 
 // The current image, large: the fitted copy or the original, with the comparison bar along the
 // bottom and, top right, the controls to adjust the crop and to inspect the full-size export.
@@ -22,22 +22,11 @@ Item {
 
     objectName: "previewStage"
 
-    Rectangle {
-        id: shape
-
+    RoundedGradient {
         anchors.fill: parent
         radius: 19
-        visible: false
-    }
-    LinearGradient {
-        anchors.fill: parent
-        source: shape
-        start: Qt.point(0, 0)
-        end: Qt.point(width, height)
-        gradient: Gradient {
-            GradientStop { position: 0; color: Qt.rgba(0.94, 0.89, 0.86, 1) }
-            GradientStop { position: 1; color: Qt.rgba(0.87, 0.86, 0.98, 1) }
-        }
+        from: Qt.rgba(0.94, 0.89, 0.86, 1)
+        to: Qt.rgba(0.87, 0.86, 0.98, 1)
     }
 
     BoundedPreview {
@@ -47,7 +36,7 @@ Item {
         anchors.fill: parent
         anchors.margins: 16
         anchors.bottomMargin: 52
-        url: root.showsOriginal ? root.current.source : root.current.output
+        url: (root.showsOriginal ? root.current.source : root.current.output) ?? ""
     }
 
     ComparisonBar {

@@ -2,6 +2,7 @@ import QtQuick
 import QtQuick.Controls
 import QtQuick.Layouts
 import Parcelo.Style
+import Parcelo.Style as Style
 
 // A row of segments of which exactly one is chosen, as on the preview stage's comparison bar.
 Rectangle {
@@ -56,7 +57,7 @@ Rectangle {
                     text: segment.text
                     horizontalAlignment: Text.AlignHCenter
                     verticalAlignment: Text.AlignVCenter
-                    color: segment.chosen ? Palette.ink : "white"
+                    color: segment.chosen ? Style.Palette.ink : "white"
                     font.pixelSize: 11
                     font.weight: Font.Medium
                 }

@@ -3,6 +3,7 @@ import QtQuick.Controls
 import QtQuick.Layouts
 import Parcelo.Model
 import Parcelo.Style
+import Parcelo.Style as Style
 
 // Under the preview of a fitted image: the copy was checked, against these requirements.
 Rectangle {
@@ -43,7 +44,7 @@ Rectangle {
             objectName: "requirementSummary"
             Layout.fillWidth: true
             text: AppModel.requirementSummary
-            color: Palette.ink
+            color: Style.Palette.ink
             font.pixelSize: 12
             elide: Text.ElideRight
         }

@@ -3,6 +3,7 @@ import QtQuick.Controls
 import QtQuick.Layouts
 import Parcelo.Model
 import Parcelo.Style
+import Parcelo.Style as Style
 
 // Under the batch: the message line, what is loading, the fit run's progress and the batch
 // actions.
@@ -24,7 +25,7 @@ ColumnLayout {
         Layout.fillWidth: true
         implicitHeight: messageRow.implicitHeight + 16
         radius: 9
-        color: Qt.alpha(Palette.ink, 0.035)
+        color: Qt.alpha(Style.Palette.ink, 0.035)
 
         RowLayout {
             id: messageRow
@@ -37,25 +38,24 @@ ColumnLayout {
             Symbol {
                 name: "info.circle"
                 size: 13
-                color: Palette.ink
+                color: Style.Palette.ink
             }
             TextEdit {
                 objectName: "messageText"
                 Layout.fillWidth: true
                 text: AppModel.message
-                color: Palette.ink
+                color: Style.Palette.ink
                 font.pixelSize: 12
                 wrapMode: TextEdit.Wrap
                 readOnly: true
                 selectByMouse: true
-                selectionColor: Qt.alpha(Palette.violet, 0.3)
-                selectedTextColor: Palette.ink
+                selectionColor: Qt.alpha(Style.Palette.violet, 0.3)
+                selectedTextColor: Style.Palette.ink
             }
-            Button {
+            PushButton {
                 objectName: "showInFolderButton"
                 visible: AppModel.exportedDirectory.toString() !== ""
                 text: "Show in Folder"
-                font.pixelSize: 12
                 onClicked: Qt.openUrlExternally(AppModel.exportedDirectory)
             }
         }
@@ -66,7 +66,7 @@ ColumnLayout {
         visible: root.activity !== ""
         Layout.fillWidth: true
         text: root.activity
-        color: Palette.muted
+        color: Style.Palette.muted
         font.pixelSize: 11
         elide: Text.ElideRight
     }
@@ -84,7 +84,7 @@ ColumnLayout {
         background: Rectangle {
             implicitHeight: 6
             radius: 3
-            color: Qt.alpha(Palette.ink, 0.08)
+            color: Qt.alpha(Style.Palette.ink, 0.08)
         }
         contentItem: Item {
             implicitHeight: 6
@@ -93,7 +93,7 @@ ColumnLayout {
                 width: progress.visualPosition * parent.width
                 height: parent.height
                 radius: 3
-                color: Palette.violet
+                color: Style.Palette.violet
             }
         }
     }

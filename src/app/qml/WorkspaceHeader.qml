@@ -3,6 +3,7 @@ import QtQuick.Controls
 import QtQuick.Layouts
 import Parcelo.Model
 import Parcelo.Style
+import Parcelo.Style as Style
 
 // The workspace's title and subtitle; "Add images" and "Clear" on the right once there is
 // a batch or a folder scan.
@@ -20,7 +21,7 @@ RowLayout {
         Text {
             Layout.fillWidth: true
             text: "One recipe. Every image."
-            color: Palette.ink
+            color: Style.Palette.ink
             font.pixelSize: 24
             font.bold: true
             font.letterSpacing: -0.8
@@ -29,37 +30,21 @@ RowLayout {
         Text {
             Layout.fillWidth: true
             text: "Set the upload rules. Save checked copies for the whole batch."
-            color: Palette.muted
+            color: Style.Palette.muted
             font.pixelSize: 12
             elide: Text.ElideRight
         }
     }
 
-    Button {
-        id: addButton
-
+    PushButton {
         objectName: "addImagesButton"
         visible: root.hasBatch
         enabled: !AppModel.busy && !AppModel.exporting && !AppModel.scanning
         text: "Add images"
+        symbol: "plus"
+        horizontalPadding: 12
+        verticalPadding: 6
         onClicked: AppModel.chooseFiles()
-        contentItem: Row {
-            spacing: 6
-
-            Symbol {
-                anchors.verticalCenter: parent.verticalCenter
-                name: "plus"
-                size: 12
-                color: Palette.ink
-            }
-            Text {
-                anchors.verticalCenter: parent.verticalCenter
-                text: addButton.text
-                color: Palette.ink
-                font.pixelSize: 12
-                font.weight: Font.Medium
-            }
-        }
     }
 
     Button {
@@ -71,7 +56,8 @@ RowLayout {
         onClicked: AppModel.clear()
         contentItem: Text {
             text: parent.text
-            color: Palette.muted
+            opacity: parent.enabled ? 1 : 0.4
+            color: Style.Palette.muted
             font.pixelSize: 12
             font.weight: Font.Medium
         }
