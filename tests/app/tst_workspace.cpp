@@ -340,6 +340,18 @@ private slots:
         QCOMPARE(textOf(view, QStringLiteral("previewCaption")),
                  QStringLiteral("%1 × %2 · JPG").arg(current.width).arg(current.height));
 
+        // Switching images quickly ends with the picture of the last one chosen.
+        auto* stage = view.find<PreviewLoader>(QStringLiteral("stagePreviewLoader"));
+        view.click(view.find(QStringLiteral("imageRow0")));
+        view.click(view.find(QStringLiteral("imageRow2")));
+        QVERIFY(previewLoaded(view, QStringLiteral("stagePreviewLoader")));
+        const ImageItem& chosen = model.items()[2];
+        QCOMPARE(stage->source(), QUrl::fromLocalFile(*chosen.output));
+        const QSize expected = QSize(static_cast<int>(chosen.width), static_cast<int>(chosen.height))
+                                   .scaled(1600, 1600, Qt::KeepAspectRatio);
+        QCOMPARE(stage->imageSize().width(), expected.width());
+        QVERIFY(std::abs(stage->imageSize().height() - expected.height()) <= 1);
+
         setExactSides(model, QStringLiteral("1080"), QStringLiteral("1080"));
         model.settingsChanged();
         QVERIFY(runFit(model));

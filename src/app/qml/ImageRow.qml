@@ -131,11 +131,14 @@ AbstractButton {
             Accessible.role: Accessible.Button
             Accessible.name: "Remove " + root.model.fileName
 
-            contentItem: Symbol {
-                name: "xmark"
-                size: 11
-                color: Style.Palette.muted
-                opacity: removeButton.enabled ? 1 : 0.4
+            contentItem: Item {
+                Symbol {
+                    anchors.centerIn: parent
+                    name: "xmark"
+                    size: 11
+                    color: Style.Palette.muted
+                    opacity: removeButton.enabled ? 1 : 0.4
+                }
             }
             background: Rectangle {
                 radius: 12
