@@ -132,6 +132,7 @@ public:
     QString screenshot(const QString& name) const {
         QDir().mkpath(QStringLiteral(PARCELO_SCREENSHOT_DIR));
         const QString path = QStringLiteral(PARCELO_SCREENSHOT_DIR "/%1.png").arg(name);
+        settle();
         const QImage image = window_->grabWindow();
         if (image.isNull() || !image.save(path)) qWarning("could not write screenshot %s", qPrintable(path));
         return path;
