@@ -27,8 +27,7 @@ Item {
         anchors.fill: parent
         spacing: 0
 
-        // The settings sidebar's place.
-        Item {
+        SettingsSidebar {
             Layout.preferredWidth: 246
             Layout.fillHeight: true
         }
