@@ -129,6 +129,7 @@ RowLayout {
             // A fresh form each time it opens: no name, no feedback.
             contentItem: Loader {
                 active: manager.visible
+                focus: true
                 sourceComponent: RecipeManagerView {
                     onDismiss: root.showRecipes = false
                 }
