@@ -86,7 +86,7 @@ void prepareEngine(QQmlEngine& engine, AppModel& model) {
     engine.setProperty(kModelProperty, QVariant::fromValue<QObject*>(&model));
     engine.addImageProvider(QStringLiteral("thumbnails"), model.makeThumbnailProvider());
     engine.addImageProvider(QStringLiteral("symbol"), new SymbolImageProvider);
-    engine.addImageProvider(QStringLiteral("previews"), new PreviewProvider);
+    engine.addImageProvider(QStringLiteral("previews"), new ImageStoreProvider);
     // Qt 6.4 has no default import path for modules built into the resources.
     engine.addImportPath(QStringLiteral("qrc:/qt/qml"));
 }

@@ -62,7 +62,7 @@ void AppModel::makeWorkingFolder() {
     if (const auto failure = WorkingFolder::create(cache_)) setMessage(BatchTexts::workingFolderFailed(*failure));
 }
 
-ThumbnailProvider* AppModel::makeThumbnailProvider() const { return new ThumbnailProvider(thumbnails_); }
+ImageStoreProvider* AppModel::makeThumbnailProvider() const { return new ImageStoreProvider(thumbnails_); }
 
 // ---- Published batch fields ----
 
@@ -185,7 +185,7 @@ void AppModel::remove(const QUuid& id) {
     if (const auto position = items_.position(id))
         if (const auto& output = items()[*position].output) QFile::remove(*output);
     items_.removeAll(id);
-    thumbnails_->remove(id);
+    thumbnails_->remove(uuidText(id));
     itemsDidChange();
     if (selected_ == id)
         setSelected(items().empty() ? std::nullopt : std::optional<QUuid>(items().front().id));

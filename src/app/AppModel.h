@@ -19,7 +19,7 @@
 #include "FitSettings.h"
 #include "ImageItem.h"
 #include "ImageItemModel.h"
-#include "ThumbnailProvider.h"
+#include "ImageStore.h"
 #include "UploadRecipe.h"
 
 namespace parcelo {
@@ -130,7 +130,7 @@ public:
     // The working folder of this process.
     [[nodiscard]] QString cache() const { return cache_; }
     // The thumbnails for QML; the engine takes ownership of the provider.
-    [[nodiscard]] ThumbnailProvider* makeThumbnailProvider() const;
+    [[nodiscard]] ImageStoreProvider* makeThumbnailProvider() const;
     // A byte count as the views show sizes: decimal units ("4.2 MB").
     Q_INVOKABLE static QString decimalSize(qint64 bytes);
 
@@ -270,7 +270,7 @@ private:
 
     QSettings* defaults_;
     ImageItemModel items_;
-    std::shared_ptr<ThumbnailStore> thumbnails_ = std::make_shared<ThumbnailStore>();
+    std::shared_ptr<ImageStore> thumbnails_ = std::make_shared<ImageStore>();
     std::optional<QUuid> selected_;
     bool busy_ = false;
     bool scanning_ = false;

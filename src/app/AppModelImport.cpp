@@ -192,7 +192,7 @@ void AppModel::startThumbnailJob(const std::shared_ptr<ThumbnailPass>& pass) {
         [this, pass, id = job.id](const ThumbnailOutcome& outcome) {
             if (pass->stop.stop_requested()) return;
             if (const auto position = items_.position(id)) {
-                if (outcome.image) thumbnails_->insert(id, *outcome.image);
+                if (outcome.image) thumbnails_->insert(uuidText(id), *outcome.image);
                 const bool markFailed = outcome.error && !items()[*position].output && !busy_;
                 updateItem(*position, [&outcome, markFailed](ImageItem& item) {
                     item.thumbnail = outcome.image;

@@ -35,7 +35,7 @@ public:
     };
     Q_ENUM(Role)
 
-    // Where QML's Image finds an item's thumbnail (served by ThumbnailProvider).
+    // Where QML's Image finds an item's thumbnail (served from the model's ImageStore).
     static QString thumbnailUrl(const QUuid& id);
 
     using QAbstractListModel::QAbstractListModel;

@@ -37,31 +37,6 @@ QImage imageOf(const Bitmap& bitmap) {
     return view.copy();
 }
 
-void PreviewStore::insert(const QString& key, const QImage& image) {
-    const std::lock_guard lock(mutex_);
-    images_.insert(key, image);
-}
-
-void PreviewStore::remove(const QString& key) {
-    const std::lock_guard lock(mutex_);
-    images_.remove(key);
-}
-
-QImage PreviewStore::find(const QString& key) const {
-    const std::lock_guard lock(mutex_);
-    return images_.value(key);
-}
-
-PreviewProvider::PreviewProvider() : QQuickImageProvider(QQuickImageProvider::Image) {}
-
-QImage PreviewProvider::requestImage(const QString& id, QSize* size, const QSize& requestedSize) {
-    QImage image = store_->find(id);
-    if (size) *size = image.size();
-    if (!image.isNull() && requestedSize.isValid() && !requestedSize.isEmpty())
-        image = image.scaled(requestedSize, Qt::KeepAspectRatio, Qt::SmoothTransformation);
-    return image;
-}
-
 PreviewLoader::PreviewLoader(QObject* parent) : QObject(parent) {}
 
 PreviewLoader::~PreviewLoader() {
@@ -83,7 +58,7 @@ QUrl PreviewLoader::image() const {
 void PreviewLoader::componentComplete() {
     complete_ = true;
     if (auto* engine = qmlEngine(this))
-        if (auto* provider = dynamic_cast<PreviewProvider*>(engine->imageProvider(QLatin1String(kProviderName))))
+        if (auto* provider = dynamic_cast<ImageStoreProvider*>(engine->imageProvider(QLatin1String(kProviderName))))
             store_ = provider->store();
     load();
 }

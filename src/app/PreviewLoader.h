@@ -1,47 +1,21 @@
 #pragma once
 
 #include <memory>
-#include <mutex>
 #include <stop_token>
 
-#include <QHash>
 #include <QImage>
 #include <QObject>
 #include <QQmlParserStatus>
-#include <QQuickImageProvider>
 #include <QSize>
 #include <QUrl>
 
 #include "ImageFitter.h"
+#include "ImageStore.h"
 
 namespace parcelo {
 
 // A decoded engine bitmap as an image Qt can draw.
 QImage imageOf(const Bitmap& bitmap);
-
-// The pictures the preview loaders of one engine have finished, by key. Loaders write on the
-// main thread; QML's image loader may read from its own thread.
-class PreviewStore {
-public:
-    void insert(const QString& key, const QImage& image);
-    void remove(const QString& key);
-    [[nodiscard]] QImage find(const QString& key) const;
-
-private:
-    mutable std::mutex mutex_;
-    QHash<QString, QImage> images_;
-};
-
-// Serves "image://previews/{key}" from the store; the pictures are decoded already.
-class PreviewProvider : public QQuickImageProvider {
-public:
-    PreviewProvider();
-    QImage requestImage(const QString& id, QSize* size, const QSize& requestedSize) override;
-    [[nodiscard]] const std::shared_ptr<PreviewStore>& store() const { return store_; }
-
-private:
-    std::shared_ptr<PreviewStore> store_ = std::make_shared<PreviewStore>();
-};
 
 // Decodes one image file for display, off the main thread, at most 1,600 pixels on its longer
 // edge. A new `source` cancels the load in progress; a load overtaken by a newer source never
@@ -105,7 +79,7 @@ private:
     QString error_;
     quint64 generation_ = 0;
     std::shared_ptr<std::stop_source> stop_;
-    std::shared_ptr<PreviewStore> store_;
+    std::shared_ptr<ImageStore> store_;
 };
 
 }  // namespace parcelo

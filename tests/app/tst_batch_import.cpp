@@ -90,7 +90,7 @@ private slots:
         QCOMPARE(list->data(first, ImageItemModel::IdRole).toString(), id);
         QCOMPARE(list->data(first, ImageItemModel::InputBytesRole).toLongLong(), QFileInfo(paths[0]).size());
         QCOMPARE(list->data(first, ImageItemModel::ThumbnailRole).toString(), QStringLiteral("image://thumbnails/") + id);
-        std::unique_ptr<ThumbnailProvider> provider(model.makeThumbnailProvider());
+        std::unique_ptr<ImageStoreProvider> provider(model.makeThumbnailProvider());
         QSize size;
         QCOMPARE(provider->requestImage(id, &size, {}).size(), QSize(400, 100));
         QCOMPARE(size, QSize(400, 100));
