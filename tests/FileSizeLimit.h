@@ -1,5 +1,7 @@
 #pragma once
 
+// Part of TestSupport.h; a file of its own only while the app's tests include it directly.
+
 #include <signal.h>
 #include <sys/resource.h>
 

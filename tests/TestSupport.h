@@ -1,8 +1,32 @@
 #pragma once
 
-#include <filesystem>
+// What every test program shares: the image corpus, scratch folders, synthetic images and
+// files. Include the test framework's header (<gtest/gtest.h> or <QTest>) before this one.
 
-#include <gtest/gtest.h>
+#include <stdlib.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <sstream>
+#include <stdexcept>
+#include <string>
+#include <system_error>
+#include <utility>
+#include <vector>
+
+// GLib, under libvips, names a struct member `signals`, which Qt defines as a keyword.
+#pragma push_macro("signals")
+#undef signals
+#include <vips/vips8>
+
+#include "VipsRuntime.h"
+#pragma pop_macro("signals")
+
+#include "FileSizeLimit.h"
+#include "FitError.h"
 
 namespace parcelo::test {
 
@@ -11,12 +35,141 @@ inline std::filesystem::path corpusDir() { return PARCELO_CORPUS_DIR; }
 
 inline bool haveCorpus() { return std::filesystem::exists(corpusDir() / "MANIFEST.tsv"); }
 
+inline std::string corpusMissing() {
+    return "image corpus missing at " + corpusDir().string() + " - real-image checks NOT run";
+}
+
+// A fresh folder of its own under the temporary directory, removed with everything in it.
+class ScratchFolder {
+public:
+    ScratchFolder() {
+        std::string pattern = (std::filesystem::temp_directory_path() / "parcelo-test-XXXXXX").string();
+        if (::mkdtemp(pattern.data()) == nullptr) throw std::runtime_error("cannot make a scratch folder");
+        path_ = pattern;
+    }
+    ~ScratchFolder() {
+        std::error_code ignored;
+        std::filesystem::remove_all(path_, ignored);
+    }
+    ScratchFolder(const ScratchFolder&) = delete;
+    ScratchFolder& operator=(const ScratchFolder&) = delete;
+
+    [[nodiscard]] const std::filesystem::path& path() const { return path_; }
+    [[nodiscard]] std::filesystem::path operator/(const std::string& name) const { return path_ / name; }
+
+private:
+    std::filesystem::path path_;
+};
+
+// Detailed, photo-like content: smooth gradients plus noise, so JPEG sizes respond to quality.
+inline vips::VImage photoLike(int width, int height) {
+    detail::ensureVipsStarted();
+    vips::VImage xy = vips::VImage::xyz(width, height);
+    vips::VImage red = xy[0] * (255.0 / width);
+    vips::VImage green = xy[1] * (255.0 / height);
+    vips::VImage blue = (xy[0] + xy[1]) * (127.0 / (width + height)) + 64;
+    vips::VImage noise = vips::VImage::gaussnoise(width, height, vips::VImage::option()->set("sigma", 30.0));
+    vips::VImage rgb = red.bandjoin(green).bandjoin(blue) + noise;
+    return rgb.cast(VIPS_FORMAT_UCHAR).copy(vips::VImage::option()->set("interpretation", VIPS_INTERPRETATION_sRGB));
+}
+
+// Pure noise: incompressible, so no small limit is ever met.
+inline vips::VImage noise(int width, int height) {
+    detail::ensureVipsStarted();
+    int seed = 0;
+    auto band = [&] {
+        return vips::VImage::gaussnoise(
+            width, height, vips::VImage::option()->set("sigma", 90.0)->set("mean", 128.0)->set("seed", ++seed));
+    };
+    return band().bandjoin(band()).bandjoin(band()).cast(VIPS_FORMAT_UCHAR).copy(
+        vips::VImage::option()->set("interpretation", VIPS_INTERPRETATION_sRGB));
+}
+
+// Every pixel the same; one or two values make a grey image, three or four a colour one.
+inline vips::VImage flat(int width, int height, std::vector<double> pixel) {
+    detail::ensureVipsStarted();
+    vips::VImage image = (vips::VImage::black(width, height) + pixel).cast(VIPS_FORMAT_UCHAR);
+    return image.copy(vips::VImage::option()->set(
+        "interpretation", pixel.size() >= 3 ? VIPS_INTERPRETATION_sRGB : VIPS_INTERPRETATION_B_W));
+}
+
+// Writes the image in the format its suffix names.
+inline std::filesystem::path save(const vips::VImage& image, const std::filesystem::path& path) {
+    image.write_to_file(path.c_str());
+    return path;
+}
+
+// A copy or preview held in memory, decoded as a viewer would.
+inline vips::VImage loadBytes(const std::vector<std::uint8_t>& data) {
+    detail::ensureVipsStarted();
+    return vips::VImage::new_from_buffer(data.data(), data.size(), "");
+}
+
+inline std::string contents(const std::filesystem::path& path) {
+    std::ifstream file(path, std::ios::binary);
+    if (!file) throw std::runtime_error("cannot read " + path.string());
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+inline void writeBytes(const std::filesystem::path& path, const std::string& bytes) {
+    std::ofstream file(path, std::ios::binary);
+    if (!(file << bytes)) throw std::runtime_error("cannot write " + path.string());
+}
+
+inline std::vector<std::string> linesOf(const std::string& text) {
+    std::vector<std::string> lines;
+    std::istringstream in(text);
+    for (std::string line; std::getline(in, line);) lines.push_back(line);
+    return lines;
+}
+
+// The files of a folder, sorted by name.
+inline std::vector<std::filesystem::path> filesIn(const std::filesystem::path& folder) {
+    std::vector<std::filesystem::path> files(std::filesystem::directory_iterator(folder), {});
+    std::sort(files.begin(), files.end());
+    return files;
+}
+
 }  // namespace parcelo::test
 
 // Skips the current test, loudly, when the image corpus is not beside the checkout.
+#if defined(GTEST_SKIP)
 #define REQUIRE_CORPUS()                                                                           \
     do {                                                                                           \
-        if (!::parcelo::test::haveCorpus())                                                        \
-            GTEST_SKIP() << "image corpus missing at " << ::parcelo::test::corpusDir()           \
-                         << " - real-image checks NOT run";                                        \
+        if (!::parcelo::test::haveCorpus()) GTEST_SKIP() << ::parcelo::test::corpusMissing();      \
     } while (0)
+#elif defined(QSKIP)
+#define REQUIRE_CORPUS()                                                                           \
+    do {                                                                                           \
+        if (!::parcelo::test::haveCorpus()) QSKIP(::parcelo::test::corpusMissing().c_str());       \
+    } while (0)
+#else
+#error "include <gtest/gtest.h> or <QTest> before TestSupport.h"
+#endif
+
+// Checks only gtest programs make.
+#if defined(GTEST_SKIP)
+namespace parcelo::test {
+
+// The case of the FitError that call must end in; a call that succeeds fails the test.
+template <typename Call>
+FitError::Case failureOf(Call&& call) {
+    try {
+        call();
+    } catch (const FitError& error) {
+        return error.errorCase();
+    }
+    ADD_FAILURE() << "expected a FitError";
+    return FitError::Case::invalidSettings;
+}
+
+using Size = std::pair<std::int64_t, std::int64_t>;
+
+// Width and height of a fitted copy or preview, comparable in one assertion.
+template <typename Picture>
+Size sizeOf(const Picture& picture) {
+    return {picture.width, picture.height};
+}
+
+}  // namespace parcelo::test
+#endif

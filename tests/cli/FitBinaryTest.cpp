@@ -1,4 +1,11 @@
 // parcelo-fit as a user runs it: its own process, real images, real signals.
+#include <fcntl.h>
+#include <signal.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
 #include <map>
 #include <optional>
 #include <set>
@@ -6,17 +13,105 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
-#include "CliTestSupport.h"
-#include "FileSizeLimit.h"
 #include "FitCommand.h"
 #include "FitError.h"
 #include "TestSupport.h"
+
+extern char** environ;
 
 namespace parcelo::cli {
 namespace {
 
 using namespace parcelo::test;
 namespace fs = std::filesystem;
+
+// parcelo-fit run as its own process. Its error output is caught in a file of the scratch
+// folder; its standard output too, or, when held, in a pipe of one page that the test reads.
+// A held program blocks as soon as the page is full, so it gets no further ahead of the test
+// than one page of output.
+class FitProcess {
+public:
+    enum class Output { file, held };
+
+    FitProcess(std::vector<std::string> arguments, const fs::path& scratch, Output output = Output::file)
+        : outPath_(scratch / "stdout.txt"), errPath_(scratch / "stderr.txt") {
+        arguments.insert(arguments.begin(), PARCELO_FIT_BINARY);
+        std::vector<char*> argv;
+        for (std::string& argument : arguments) argv.push_back(argument.data());
+        argv.push_back(nullptr);
+        int pipe[2] = {-1, -1};
+        if (output == Output::held && (::pipe2(pipe, O_CLOEXEC) != 0 || ::fcntl(pipe[1], F_SETPIPE_SZ, kPage) != kPage))
+            throw std::runtime_error("cannot make a one-page pipe");
+        posix_spawn_file_actions_t files;
+        posix_spawn_file_actions_init(&files);
+        if (output == Output::held)
+            posix_spawn_file_actions_adddup2(&files, pipe[1], STDOUT_FILENO);
+        else
+            posix_spawn_file_actions_addopen(&files, STDOUT_FILENO, outPath_.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
+        posix_spawn_file_actions_addopen(&files, STDERR_FILENO, errPath_.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
+        const int failed = ::posix_spawn(&pid_, argv[0], &files, nullptr, argv.data(), environ);
+        posix_spawn_file_actions_destroy(&files);
+        if (output == Output::held) {
+            ::close(pipe[1]);
+            heldOut_ = pipe[0];
+        }
+        if (failed != 0) throw std::runtime_error("cannot start parcelo-fit");
+    }
+    ~FitProcess() {
+        if (heldOut_ >= 0) ::close(heldOut_);
+    }
+    FitProcess(const FitProcess&) = delete;
+    FitProcess& operator=(const FitProcess&) = delete;
+
+    // Held output: blocks until the program has written its next line, which is returned
+    // without its line break; nothing when the program closed its output first.
+    std::optional<std::string> readLine() {
+        std::size_t end = unread_.find('\n');
+        while (end == std::string::npos) {
+            if (!receive()) return std::nullopt;
+            end = unread_.find('\n');
+        }
+        std::string line = unread_.substr(0, end);
+        unread_.erase(0, end + 1);
+        return line;
+    }
+
+    // Waits for the program to end and returns its exit status (128 + signal when killed).
+    // Held output is read to its end first, so that the program never waits on it.
+    int wait() {
+        while (heldOut_ >= 0 && receive()) {}
+        int status = 0;
+        if (::waitpid(pid_, &status, 0) != pid_) throw std::runtime_error("cannot wait for parcelo-fit");
+        return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+    }
+
+    void signal(int number) const { ::kill(pid_, number); }
+    // Everything written to standard output (held output: everything read so far).
+    [[nodiscard]] std::string out() const { return heldOut_ >= 0 ? received_ : contents(outPath_); }
+    [[nodiscard]] std::string err() const { return contents(errPath_); }
+
+    static constexpr int kPage = 4096;
+
+private:
+    // Reads what the program has written so far; false at the end of its output.
+    bool receive() {
+        char buffer[kPage];
+        ssize_t count = 0;
+        do count = ::read(heldOut_, buffer, sizeof buffer);
+        while (count < 0 && errno == EINTR);
+        if (count < 0) throw std::runtime_error("cannot read parcelo-fit's output");
+        received_.append(buffer, static_cast<std::size_t>(count));
+        unread_.append(buffer, static_cast<std::size_t>(count));
+        return count > 0;
+    }
+
+    fs::path outPath_;
+    fs::path errPath_;
+    pid_t pid_ = 0;
+    int heldOut_ = -1;
+    std::string received_;
+    std::string unread_;
+};
 
 // The corpus folders whose every file is a supported image.
 const std::vector<std::string> kImageFolders{"photos", "orientation", "alpha", "color", "formats"};
@@ -34,7 +129,7 @@ std::vector<std::string> filesOf(const std::vector<std::string>& folders) {
 // with its message, with not one line from a decoder; a second run saves a second set beside the first.
 TEST(FitBinary, WholeCorpusRunTwiceIntoOneFolder) {
     REQUIRE_CORPUS();
-    TempFolder scratch;
+    ScratchFolder scratch;
     const fs::path out = scratch / "out";
     const std::vector<std::string> images = filesOf(kImageFolders);
     const std::vector<std::string> refused = filesOf(kRefusedFolders);
@@ -82,7 +177,7 @@ TEST(FitBinary, WholeCorpusRunTwiceIntoOneFolder) {
     for (const auto& [source, copy] : second) {
         SCOPED_TRACE(source);
         const fs::path& earlier = first.at(source);
-        EXPECT_EQ(readText(copy), readText(earlier));
+        EXPECT_EQ(contents(copy), contents(earlier));
         // The second copy of an image whose name clashed with no other's is "-parcelo-2".
         const fs::path secondName = fs::path(source).stem().string() + "-parcelo-2" + earlier.extension().string();
         if (!std::binary_search(firstFiles.begin(), firstFiles.end(), out / secondName)) {
@@ -92,11 +187,11 @@ TEST(FitBinary, WholeCorpusRunTwiceIntoOneFolder) {
 }
 
 // Generated photos a.jpg, b.jpg … in the scratch folder; their paths.
-std::vector<std::string> smallPhotos(const TempFolder& scratch, int count) {
+std::vector<std::string> smallPhotos(const ScratchFolder& scratch, int count) {
     std::vector<std::string> paths;
     for (int i = 0; i < count; ++i) {
         paths.push_back((scratch / (std::string(1, static_cast<char>('a' + i)) + ".jpg")).string());
-        writeImage(paths.back(), 400, 300);
+        save(photoLike(400, 300), paths.back());
     }
     return paths;
 }
@@ -104,7 +199,7 @@ std::vector<std::string> smallPhotos(const TempFolder& scratch, int count) {
 // The disk fills up midway through each copy: nothing is left under a copy's name, each image
 // says why, and a second run saves them whole.
 TEST(FitBinary, ACopyCutShortByAFullDiskLeavesNothing) {
-    TempFolder scratch;
+    ScratchFolder scratch;
     const std::vector<std::string> photos = smallPhotos(scratch, 2);
     const fs::path out = scratch / "out";
     fs::create_directory(out);
@@ -129,7 +224,7 @@ TEST(FitBinary, ACopyCutShortByAFullDiskLeavesNothing) {
 // Two runs save copies of the same photos into one folder at the same moment: every copy gets a
 // name of its own, and each is whole.
 TEST(FitBinary, TwoRunsSavingIntoOneFolderAtOnceNeverOverwriteEachOther) {
-    TempFolder scratch;
+    ScratchFolder scratch;
     const std::vector<std::string> photos = smallPhotos(scratch, 4);
     const fs::path out = scratch / "out";
     std::vector<std::string> arguments{"--out", out.string()};
@@ -147,8 +242,8 @@ TEST(FitBinary, TwoRunsSavingIntoOneFolderAtOnceNeverOverwriteEachOther) {
     std::sort(expected.begin(), expected.end());
     ASSERT_EQ(filesIn(out), expected);
     for (const char stem : std::string("abcd")) {
-        const std::string copy = readText(out / (std::string(1, stem) + "-parcelo.jpg"));
-        EXPECT_EQ(readText(out / (std::string(1, stem) + "-parcelo-2.jpg")), copy) << stem;
+        const std::string copy = contents(out / (std::string(1, stem) + "-parcelo.jpg"));
+        EXPECT_EQ(contents(out / (std::string(1, stem) + "-parcelo-2.jpg")), copy) << stem;
         EXPECT_GT(copy.size(), 1'000u);
         EXPECT_EQ(copy.substr(copy.size() - 2), "\xFF\xD9") << stem;  // the end-of-image marker
     }
@@ -160,7 +255,7 @@ TEST(FitBinary, TwoRunsSavingIntoOneFolderAtOnceNeverOverwriteEachOther) {
 // hand, never in the middle of one.
 TEST(FitBinary, CtrlCStopsCleanlyAndKeepsWhatWasSaved) {
     REQUIRE_CORPUS();
-    TempFolder scratch;
+    ScratchFolder scratch;
     fs::path out = scratch.path();
     while (out.string().size() < 2'600) out /= std::string(200, 'o');  // a long path makes long lines
     std::vector<std::string> arguments{"--json", "--jobs", "1", "--out", out.string()};
@@ -183,8 +278,8 @@ TEST(FitBinary, CtrlCStopsCleanlyAndKeepsWhatWasSaved) {
               0u)
         << process.err();
     // Every file in the output folder is a copy that reads back whole: none was cut short by the stop.
-    ASSERT_EQ(VIPS_INIT("parcelo-cli-tests"), 0);
-    for (const std::string& line : lines) {
+    parcelo::detail::ensureVipsStarted();
+        for (const std::string& line : lines) {
         const fs::path file = nlohmann::json::parse(line).at("output").get<std::string>();
         EXPECT_TRUE(std::binary_search(saved.begin(), saved.end(), file)) << file;
         const auto image = vips::VImage::new_from_file(file.c_str(), vips::VImage::option()->set("fail", true));

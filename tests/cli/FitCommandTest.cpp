@@ -8,9 +8,12 @@
 #include <nlohmann/json.hpp>
 
 #include "ByteCountFormat.h"
-#include "CliTestSupport.h"
+#include "FitArguments.h"
 #include "FitError.h"
 #include "ImageImport.h"
+#include "ProgressBar.h"
+#include "TestSupport.h"
+#include "UploadRecipe.h"
 
 namespace parcelo::cli {
 namespace {
@@ -18,22 +21,36 @@ namespace {
 using namespace parcelo::test;
 namespace fs = std::filesystem;
 
+// What runFitCommand printed and returned, run in this process (never on a terminal).
+struct CommandRun {
+    int status = -1;
+    std::string out;
+    std::string err;
+};
+
+CommandRun fitCommand(const std::vector<std::string>& arguments, std::stop_token stopToken = {}) {
+    std::ostringstream out;
+    std::ostringstream err;
+    const int status = parcelo::cli::runFitCommand(arguments, {out, err, false}, std::move(stopToken));
+    return {status, out.str(), err.str()};
+}
+
 std::string messageOf(FitError::Case errorCase) { return std::string(FitError(errorCase).errorDescription()); }
 
 // Images of several shapes and kinds, and one file that only claims to be an image.
 class FitCommandTest : public ::testing::Test {
 protected:
     void SetUp() override {
-        writeImage(folder_ / "wide.jpg", 400, 300);
-        writeImage(folder_ / "tall.png", 200, 320);
-        writeFile(folder_ / "notes.jpg", "not a picture");
+        save(photoLike(400, 300), folder_ / "wide.jpg");
+        save(photoLike(200, 320), folder_ / "tall.png");
+        writeBytes(folder_ / "notes.jpg", "not a picture");
     }
 
     std::string source(const std::string& name) const { return (folder_ / name).string(); }
     std::string out() const { return (folder_ / "out").string(); }
     fs::path copy(const std::string& name) const { return folder_ / "out" / name; }
 
-    TempFolder folder_;
+    ScratchFolder folder_;
 };
 
 // Bad usage and requirements out of range exit with 2 before anything is read.
@@ -58,7 +75,7 @@ TEST_F(FitCommandTest, BadUsageAndInvalidRequirementsAreRefusedBeforeAnythingIsR
         arguments.insert(arguments.end(), {"--out", out(), pipe.string(), folder_.path().string()});
         auto running = std::async(std::launch::async, [&] { return fitCommand(arguments); });
         if (running.wait_for(std::chrono::seconds(20)) != std::future_status::ready) {
-            writeFile(pipe, "");  // let the stuck run go on, then fail
+            writeBytes(pipe, "");  // let the stuck run go on, then fail
             FAIL() << "the run read its input";
         }
         const CommandRun run = running.get();
@@ -75,7 +92,7 @@ TEST_F(FitCommandTest, RunsThatCannotStartExitWithOneAndSaveNothing) {
     fs::create_directory(empty);
     const fs::path crowded = folder_ / "crowded";
     fs::create_directory(crowded);
-    for (std::int64_t i = 0; i <= ImageImport::kMaxExaminedEntries; ++i) writeFile(crowded / (std::to_string(i) + ".txt"), "");
+    for (std::int64_t i = 0; i <= ImageImport::kMaxExaminedEntries; ++i) writeBytes(crowded / (std::to_string(i) + ".txt"), "");
     const std::vector<std::pair<std::vector<std::string>, std::string>> cases{
         {{"--out", out(), empty.string()}, "no images found in the files and folders given"},
         {{"--out", out(), source("wide.jpg"), crowded.string()}, std::string(ImageImport::kTooManyEntriesMessage)},
@@ -91,7 +108,7 @@ TEST_F(FitCommandTest, RunsThatCannotStartExitWithOneAndSaveNothing) {
         EXPECT_EQ(run.out, "");
         EXPECT_FALSE(fs::exists(out()));
     }
-    EXPECT_EQ(readText(source("notes.jpg")), "not a picture");
+    EXPECT_EQ(contents(source("notes.jpg")), "not a picture");
 }
 
 vips::VImage headerOf(const fs::path& location) { return vips::VImage::new_from_file(location.c_str()); }
@@ -124,7 +141,7 @@ TEST_F(FitCommandTest, OneLinePerImageInInputOrderAndTwoJobsSaveWhatOneSaves) {
     const fs::path one = folder_ / "one";
     EXPECT_EQ(runWith("1", one.string()).out, run.out);
     ASSERT_EQ(filesIn(one).size(), 3u);
-    for (const fs::path& file : filesIn(one)) EXPECT_EQ(readText(copy(file.filename().string())), readText(file)) << file;
+    for (const fs::path& file : filesIn(one)) EXPECT_EQ(contents(copy(file.filename().string())), contents(file)) << file;
 }
 
 // The limits used sit exactly at the smallest values allowed.
@@ -150,7 +167,7 @@ TEST_F(FitCommandTest, FoldersExpandSortedWithoutHiddenFilesAndAnImageNamedTwice
     const fs::path photos = folder_ / "photos";
     fs::create_directory(photos);
     for (const char* name : {"img10.jpg", "img2.jpg", "img3.jpg", ".hidden.jpg"}) fs::copy_file(source("wide.jpg"), photos / name);
-    writeFile(photos / "readme.txt", "");
+    writeBytes(photos / "readme.txt", "");
     const CommandRun run = fitCommand({"--out", out(), (photos / "img3.jpg").string(), photos.string()});
     EXPECT_EQ(run.status, kExitAllSaved);
     const std::vector<std::string> lines = linesOf(run.out);
@@ -235,6 +252,147 @@ TEST(FitSummary, SaysWhatWasSavedFailedAndGained) {
     EXPECT_EQ(summaryLine({.total = 9, .saved = 1, .savedBytes = 4'200'000, .stopped = true}),
               "Stopped. Saved 1 of 9 copies before the stop \u00b7 " + gained);
     EXPECT_EQ(summaryLine({.stopped = true}), "Stopped before any image was fitted");
+}
+
+using Arguments = std::vector<std::string>;
+using Paths = std::vector<std::filesystem::path>;
+
+FitOptions parsed(Arguments arguments) {
+    arguments.insert(arguments.end(), {"--out", "out", "photo.jpg"});
+    const ParsedArguments result = parseArguments(arguments);
+    EXPECT_EQ(result.request, Request::fit);
+    return result.options;
+}
+
+TEST(FitArguments, OptionsAreReadWithOrWithoutAnEqualsSignAndDefaultToTheAppsRequirements) {
+    FitOptions options = parsed({});
+    EXPECT_EQ(options.settings, (FitSettings{1'000'000, 2'560, OutputFormat::automatic, 0, 0}));
+    EXPECT_EQ(options.crop, CropPosition::center());
+    EXPECT_EQ(options.outputDirectory, "out");
+    EXPECT_EQ(options.inputs, Paths{"photo.jpg"});
+    EXPECT_FALSE(options.json);
+    EXPECT_EQ(options.jobs, defaultJobs());
+    EXPECT_GE(options.jobs, 1u);
+
+    options = parsed({"--kb", "200", "--max-edge", "0", "--format", "png", "--exact", "600x800", "--crop", "0,1"});
+    EXPECT_EQ(options.settings, (FitSettings{200'000, 0, OutputFormat::png, 600, 800}));
+    EXPECT_EQ(options.crop, (CropPosition{0.0, 1.0}));
+
+    options = parsed({"--kb=300", "--exact=64\u00d7128", "--jobs=64", "--json"});
+    EXPECT_EQ(options.settings, (FitSettings{300'000, 2'560, OutputFormat::automatic, 64, 128}));
+    EXPECT_EQ(options.jobs, 64u);
+    EXPECT_TRUE(options.json);
+
+    // After "--" every argument is an input, even one that looks like an option.
+    const ParsedArguments dashes = parseArguments({"--out", "out", "a.jpg", "--", "-odd.jpg", "--json"});
+    EXPECT_EQ(dashes.options.inputs, (Paths{"a.jpg", "-odd.jpg", "--json"}));
+    EXPECT_FALSE(dashes.options.json);
+}
+
+TEST(FitArguments, RecipesAndOptionsApplyInTheOrderGiven) {
+    for (const UploadRecipe& recipe : UploadRecipe::examples())
+        EXPECT_EQ(parsed({"--recipe", recipe.name()}).settings, recipe.settings()) << recipe.name();
+    // Options after a recipe override it; a recipe overrides the options before it.
+    EXPECT_EQ(parsed({"--recipe", "Portrait upload", "--kb", "150", "--format", "auto"}).settings,
+              (FitSettings{150'000, 2'560, OutputFormat::automatic, 600, 800}));
+    EXPECT_EQ(parsed({"--kb", "150", "--exact", "100x100", "--recipe", "Web photo"}).settings,
+              UploadRecipe::examples()[0].settings());
+    // A recipe's exact size takes a crop, and 0x0 after it leaves exact mode.
+    EXPECT_EQ(parsed({"--recipe", "Square thumbnail", "--crop", "0.25,0.75"}).crop, (CropPosition{0.25, 0.75}));
+    EXPECT_FALSE(parsed({"--recipe", "Square thumbnail", "--exact", "0X0"}).settings.isExact());
+}
+
+// What parseArguments refuses the arguments with, or "accepted".
+std::string refusal(const Arguments& arguments) {
+    try {
+        parseArguments(arguments);
+    } catch (const UsageError& error) {
+        return error.what();
+    }
+    return "accepted";
+}
+
+// The same, for options followed by a valid output folder and input.
+std::string refusalOfOptions(Arguments options) {
+    options.insert(options.end(), {"--out", "o", "p.jpg"});
+    return refusal(options);
+}
+
+TEST(FitArguments, RefusalsSayWhichPartWasNotUnderstood) {
+    EXPECT_EQ(refusal({"photo.jpg"}), "--out DIR is required");
+    EXPECT_EQ(refusal({"--out=", "photo.jpg"}), "--out DIR is required");
+    EXPECT_EQ(refusal({"--out", "out"}), "name at least one image or folder");
+    EXPECT_EQ(refusal({"--out"}), "--out needs a value");
+
+    EXPECT_EQ(refusalOfOptions({"--kb", "1e3"}), "--kb expects a whole number, not \u201c1e3\u201d");
+    EXPECT_EQ(refusalOfOptions({"--kb", ""}), "--kb expects a whole number, not \u201c\u201d");
+    EXPECT_EQ(refusalOfOptions({"--max-edge", "big"}), "--max-edge expects a whole number, not \u201cbig\u201d");
+    EXPECT_EQ(refusalOfOptions({"--exact", "600"}), "--exact expects WIDTHxHEIGHT, like 600x800, not \u201c600\u201d");
+    EXPECT_EQ(refusalOfOptions({"--exact", "600x"}), "--exact expects a whole number, not \u201c\u201d");
+    EXPECT_EQ(refusalOfOptions({"--format", "JPEG"}), "--format expects auto, jpeg or png, not \u201cJPEG\u201d");
+    EXPECT_EQ(refusalOfOptions({"--jobs", "0"}), "--jobs expects 1 to 64, not \u201c0\u201d");
+    EXPECT_EQ(refusalOfOptions({"--jobs", "65"}), "--jobs expects 1 to 64, not \u201c65\u201d");
+    EXPECT_EQ(refusalOfOptions({"--recipe", "web photo"}),
+              "--recipe expects one of \u201cWeb photo\u201d, \u201cSquare thumbnail\u201d, \u201cPortrait upload\u201d, "
+              "not \u201cweb photo\u201d");
+    for (const std::string crop : {"1.01,0", "-0.1,0.5", "nan,0.5", "0.5", "0.5;0.5", "inf,0"})
+        EXPECT_EQ(refusalOfOptions({"--exact", "100x100", "--crop", crop}),
+                  "--crop expects two numbers from 0 to 1, like 0.5,0.5, not \u201c" + crop + "\u201d");
+    EXPECT_EQ(refusalOfOptions({"--crop", "0,0"}), "--crop applies only with --exact WxH");
+    EXPECT_EQ(refusalOfOptions({"--quality", "90"}), "unknown option \u201c--quality\u201d");
+    EXPECT_EQ(refusalOfOptions({"--json=yes"}), "--json takes no value");
+}
+
+TEST(FitArguments, HelpIsAskedForAnywhereAndDocumentsEveryOption) {
+    const CommandRun run = fitCommand({"--kb", "5", "-h", "--bogus"});
+    EXPECT_EQ(run.status, kExitAllSaved);
+    EXPECT_EQ(run.err, "");
+    EXPECT_EQ(fitCommand({"--help"}).out, run.out);
+    for (const std::string& text : std::vector<std::string>{
+             "\n  --kb N   ", "1,000 bytes: 10\u201325000 (default 1000).\n", "\n  --max-edge N   ",
+             "pixels: 64\u20138192, or 0 to keep the original size\n                  up to 8192 (default 2560).",
+             "\n  --exact WxH   ", "64\u20134096 per side, like 600x800; 0x0 turns it off.\n", "\n  --crop X,Y   ",
+             "(default 0.5,0.5, centred)", "\n  --format F   ", "(default auto)", "\n  --recipe NAME   ",
+             "\u201cWeb photo\u201d, \u201cSquare thumbnail\u201d, \u201cPortrait upload\u201d.\n", "\n  --out DIR   ",
+             "\n  --jobs N        Fit N images at once, 1\u201364 (default: one per core, here " +
+                 std::to_string(defaultJobs()) + ").\n",
+             "\n  --json   ", "\n  -h, --help   ", "\n.jpg, .jpeg, .jpe, .jfif, .png, .heic, .heif, .tif, .tiff, .bmp, .gif;\n",
+             "Exit status: 0 when every copy was saved, 1 when any image failed, 2 for a usage error or\n"
+             "requirements out of range, 130 when stopped.\n"})
+        EXPECT_NE(run.out.find(text), std::string::npos) << text;
+}
+
+
+TEST(ProgressBar, DrawsOnlyOnATerminalOneLineAndWipesOnlyWhatItDrew) {
+    std::ostringstream err;
+    ProgressBar off(err, false, 10);
+    off.show(3, "Storm.jpg");
+    off.clear();
+    EXPECT_EQ(err.str(), "");
+
+    ProgressBar bar(err, true, 8);
+    bar.clear();
+    EXPECT_EQ(err.str(), "");
+    bar.show(2, "Storm.jpg");
+    // Wipes the line it redraws, then the bar, the count, the name and the time (under ten seconds).
+    const std::string drawn = "\r\x1b[K[######------------------] 2/8 \u00b7 Storm.jpg \u00b7 0:0";
+    EXPECT_EQ(err.str().rfind(drawn, 0), 0u) << err.str();
+    EXPECT_EQ(err.str().size(), drawn.size() + 1) << err.str();
+    err.str("");
+    bar.clear();
+    EXPECT_EQ(err.str(), "\r\x1b[K");
+    bar.clear();
+    EXPECT_EQ(err.str(), "\r\x1b[K");
+}
+
+TEST(ProgressBar, ClockAndNamesAreWrittenShort) {
+    EXPECT_EQ(elapsedText(std::chrono::seconds(0)), "0:00");
+    EXPECT_EQ(elapsedText(std::chrono::seconds(65)), "1:05");
+    EXPECT_EQ(elapsedText(std::chrono::seconds(3599)), "59:59");
+    EXPECT_EQ(elapsedText(std::chrono::seconds(3661)), "1:01:01");
+    EXPECT_EQ(shortened("abcdef", 6), "abcdef");
+    EXPECT_EQ(shortened("abcdefg", 6), "abcde\u2026");
+    EXPECT_EQ(shortened("\u00e9\u00e9\u00e9\u00e9", 3), "\u00e9\u00e9\u2026");  // never half of "é"
 }
 
 }  // namespace

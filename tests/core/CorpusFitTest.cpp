@@ -5,7 +5,6 @@
 #include <gtest/gtest.h>
 
 #include "ImageFitter.h"
-#include "TestImages.h"
 #include "TestSupport.h"
 
 using namespace parcelo;
@@ -14,6 +13,11 @@ using vips::VImage;
 namespace fs = std::filesystem;
 
 namespace {
+
+// Mean absolute difference per band value between two images of the same size.
+double meanDifference(const VImage& a, const VImage& b) {
+    return (a.cast(VIPS_FORMAT_FLOAT) - b.cast(VIPS_FORMAT_FLOAT)).abs().avg();
+}
 
 struct CorpusFile {
     std::string path;

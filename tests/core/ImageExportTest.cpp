@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "ImageFitter.h"
-#include "TestImages.h"
+#include "TestSupport.h"
 
 using namespace parcelo;
 using namespace parcelo::test;

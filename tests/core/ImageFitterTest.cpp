@@ -5,7 +5,7 @@
 #include "CancellationCheck.h"
 #include "Encoding.h"
 #include "ImageFitter.h"
-#include "TestImages.h"
+#include "TestSupport.h"
 
 using namespace parcelo;
 using namespace parcelo::test;
@@ -92,7 +92,7 @@ TEST(FitValidation, SafetyLimitsAreCheckedBeforeDecoding) {
 TEST(SizeSearch, HighestQualityThatFitsAtFullSizeNeverEnlarged) {
     ScratchFolder folder;
     const auto source = save(photoLike(800, 600), folder / "photo.png");
-    const VImage pixels = load(source);
+    const VImage pixels = VImage::new_from_file(source.c_str());
     const FitResult roomy = ImageFitter::fit(source, sizeSettings(25'000'000, 2'000), CropPosition::center());
     EXPECT_EQ(roomy.fileExtension, "jpg");
     EXPECT_EQ(sizeOf(roomy), Size(800, 600));

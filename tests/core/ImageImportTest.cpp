@@ -17,7 +17,7 @@
 
 #include "CancellationCheck.h"
 #include "FitError.h"
-#include "TestImages.h"
+#include "TestSupport.h"
 
 // Reading a folder's listing can fail midway, as on a failing disk or a network share that
 // goes away. The scan reads listings with readdir; this one, in place of the C library's, lets a

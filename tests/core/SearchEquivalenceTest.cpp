@@ -8,7 +8,6 @@
 #include "ImageFitter.h"
 #include "Rendering.h"
 #include "SourceImage.h"
-#include "TestImages.h"
 #include "TestSupport.h"
 
 using namespace parcelo;
