@@ -4,6 +4,7 @@
 
 #include <QDir>
 #include <QMimeData>
+#include <QMutex>
 #include <QQmlComponent>
 #include <QQmlEngine>
 #include <QQuickItem>
@@ -25,49 +26,57 @@ namespace parcelo::test {
 // A view whose root is an item is placed in a window of its own implicit size (or `size`).
 class ViewHarness {
 public:
-    explicit ViewHarness(AppModel& model, const QString& qmlFile = QStringLiteral("Main.qml"),
-                         const QVariantMap& properties = {}, QSize size = {}) {
-        prepare(model);
+    explicit ViewHarness(AppModel& model, const QString& qmlFile = QStringLiteral("Main.qml"), QSize size = {}) {
+        {
+            const QMutexLocker lock(&mutex_);
+            active_ = this;
+            previous_ = qInstallMessageHandler(collect);
+        }
+        applyApplicationLook();
+        prepareEngine(engine_, model);
         QQmlComponent component(&engine_, QUrl(kViewsFolder + qmlFile));
-        create(component, properties, size);
-    }
-    // A small scene written by the test itself, for pieces that are not views of their own.
-    struct QmlText {
-        QByteArray source;
-    };
-    ViewHarness(AppModel& model, const QmlText& qml, const QVariantMap& properties = {}, QSize size = {}) {
-        prepare(model);
-        QQmlComponent component(&engine_);
-        component.setData(qml.source, QUrl(kViewsFolder + QStringLiteral("TestScene.qml")));
-        create(component, properties, size);
+        create(component, size);
     }
 
     ~ViewHarness() {
         // The loaded view goes before the window that holds it, and both before the engine.
         object_.reset();
         ownedWindow_.reset();
+        const QMutexLocker lock(&mutex_);
+        qInstallMessageHandler(previous_);
+        active_ = nullptr;
     }
     ViewHarness(const ViewHarness&) = delete;
     ViewHarness& operator=(const ViewHarness&) = delete;
 
-    // Load errors and QML warnings so far, one per line; empty when there were none.
-    [[nodiscard]] QString errors() const { return errors_.join(QLatin1Char('\n')); }
+    // Load errors and warnings so far (from QML, Qt or a library, on any thread), one per line;
+    // empty when there were none.
+    [[nodiscard]] QString errors() const {
+        const QMutexLocker lock(&mutex_);
+        return errors_.join(QLatin1Char('\n'));
+    }
     [[nodiscard]] bool loaded() const { return window_ != nullptr; }
     [[nodiscard]] QQuickWindow* window() const { return window_; }
-    [[nodiscard]] QQmlEngine& engine() { return engine_; }
-    [[nodiscard]] QObject* root() const { return object_.get(); }
 
     // The control with this objectName, or null.
     // Items made by a Repeater or a ListView, and the contents of popups, are found too.
     template <typename T = QQuickItem>
     [[nodiscard]] T* find(const QString& objectName) const {
         if (!window_) return nullptr;
-        if (auto* found = window_->contentItem()->findChild<T*>(objectName)) return found;
-        if (auto* found = object_ ? object_->findChild<T*>(objectName) : nullptr) return found;
+        if (auto* found = object_->findChild<T*>(objectName)) return found;
         QQuickItem* top = window_->contentItem();
         while (top->parentItem()) top = top->parentItem();
         return findItem<T>(top, objectName);
     }
+
+    // A property of the named item, popup or action; invalid when there is no such object.
+    [[nodiscard]] QVariant property(const QString& objectName, const char* name) const {
+        auto* object = find<QObject>(objectName);
+        return object ? object->property(name) : QVariant();
+    }
+    [[nodiscard]] QString text(const QString& objectName) const { return property(objectName, "text").toString(); }
+    [[nodiscard]] bool visible(const QString& objectName) const { return property(objectName, "visible").toBool(); }
+    [[nodiscard]] bool enabled(const QString& objectName) const { return property(objectName, "enabled").toBool(); }
 
     // Lays the window out as its next frame will, so that sizes and places read as drawn.
     void settle() const {
@@ -83,22 +92,14 @@ public:
         QTest::mouseClick(window_, Qt::LeftButton, Qt::NoModifier, centre.toPoint());
     }
 
-    // Replaces a text field's text by typing, key by key.
+    // Replaces a text field's text by typing it, key by key (ASCII only).
     void type(QQuickItem* field, const QString& text) const {
         QVERIFY2(field, "no field to type into");
         field->forceActiveFocus(Qt::MouseFocusReason);
         QVERIFY(QMetaObject::invokeMethod(field, "selectAll"));
         QTest::keyClick(window_, Qt::Key_Backspace);
-        for (const QChar character : text) {
-            if (character.unicode() < 0x80)
-                QTest::keyClick(window_, character.toLatin1());
-            else
-                QTest::sendKeyEvent(QTest::Click, window_, Qt::Key_unknown, QString(character), Qt::NoModifier);
-        }
+        for (const QChar character : text) QTest::keyClick(window_, character.toLatin1());
     }
-
-    // What the window shows now.
-    [[nodiscard]] QImage grab() const { return window_->grabWindow(); }
 
     // Drags the locations over the window and drops them at its centre, as a file manager would;
     // whether the window accepted the drop. hovering() runs while the drag is over the window.
@@ -148,46 +149,38 @@ private:
         }
         return nullptr;
     }
-    void prepare(AppModel& model) {
-        QObject::connect(&engine_, &QQmlEngine::warnings, [this](const QList<QQmlError>& warnings) {
-            for (const auto& warning : warnings) errors_.append(warning.toString());
-        });
-        applyApplicationLook();
-        prepareEngine(engine_, model);
-    }
-    void create(QQmlComponent& component, const QVariantMap& properties, QSize size) {
-        if (component.isError()) {
-            errors_.append(component.errorString());
-            return;
+    static void collect(QtMsgType type, const QMessageLogContext& context, const QString& text) {
+        QtMessageHandler previous = nullptr;
+        {
+            const QMutexLocker lock(&mutex_);
+            if (active_ && type != QtDebugMsg && type != QtInfoMsg) active_->errors_.append(text);
+            previous = previous_;
         }
-        object_.reset(component.createWithInitialProperties(properties));
-        if (!object_) {
-            errors_.append(component.errorString());
-            return;
-        }
-        show(size);
+        previous(type, context, text);
     }
-    void show(QSize size) {
+    void fail(const QString& error) {
+        const QMutexLocker lock(&mutex_);
+        errors_.append(error);
+    }
+    void create(QQmlComponent& component, QSize size) {
+        object_.reset(component.create());
         window_ = qobject_cast<QQuickWindow*>(object_.get());
-        if (!window_) {
-            auto* item = qobject_cast<QQuickItem*>(object_.get());
-            if (!item) {
-                errors_.append(QStringLiteral("the view is neither a window nor an item"));
-                return;
-            }
+        if (auto* item = qobject_cast<QQuickItem*>(object_.get())) {
             ownedWindow_ = std::make_unique<QQuickWindow>();
             window_ = ownedWindow_.get();
             item->setParentItem(window_->contentItem());
             if (size.isEmpty()) size = QSize(qCeil(item->implicitWidth()), qCeil(item->implicitHeight()));
-            window_->resize(size);
             item->setSize(size);
-        } else if (!size.isEmpty()) {
-            window_->resize(size);
         }
+        if (!window_) return fail(QStringLiteral("no window or item: ") + component.errorString());
+        if (!size.isEmpty()) window_->resize(size);
         window_->show();
-        if (!QTest::qWaitForWindowExposed(window_)) errors_.append(QStringLiteral("the window was never shown"));
+        if (!QTest::qWaitForWindowExposed(window_)) fail(QStringLiteral("the window was never shown"));
     }
 
+    static inline QMutex mutex_;
+    static inline ViewHarness* active_ = nullptr;
+    static inline QtMessageHandler previous_ = nullptr;
     QQmlEngine engine_;
     QStringList errors_;
     std::unique_ptr<QObject> object_;
