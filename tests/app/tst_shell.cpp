@@ -3,10 +3,6 @@
 
 #include <csignal>
 
-#include <sys/socket.h>
-#include <sys/un.h>
-#include <unistd.h>
-
 #include <QDesktopServices>
 #include <QFileSystemWatcher>
 #include <QProcess>
@@ -39,20 +35,6 @@ public slots:
 
 QStringList workingFolders(const QString& temp) {
     return QDir(temp).entryList({u"Parcelo-*"_s}, QDir::Dirs | QDir::NoDotAndDotDot);
-}
-
-// Leaves a socket file with no one behind it, as an instance that crashed does.
-void leaveStaleSocket(const QString& path) {
-    const int descriptor = ::socket(AF_UNIX, SOCK_STREAM, 0);
-    QVERIFY(descriptor >= 0);
-    sockaddr_un address{};
-    address.sun_family = AF_UNIX;
-    const QByteArray encoded = QFile::encodeName(path);
-    QVERIFY(static_cast<std::size_t>(encoded.size()) < sizeof(address.sun_path));
-    std::memcpy(address.sun_path, encoded.constData(), static_cast<std::size_t>(encoded.size()));
-    QCOMPARE(::bind(descriptor, reinterpret_cast<sockaddr*>(&address), sizeof(address)), 0);
-    ::close(descriptor);
-    QVERIFY(QFileInfo::exists(path));
 }
 
 // The session a launched Parcelo sees: its own temporary, runtime and preferences folders.
@@ -88,8 +70,7 @@ class ShellTest : public QObject {
     Q_OBJECT
 
 private slots:
-    // A launch with files, a second launch from another folder while a dead socket lies about,
-    // and closing the window: one batch of both launches' files, and no working folder after.
+    // A launch with files, a second launch from another folder, and closing the window: one batch of both launches' files, and no working folder after.
     // Paths are local files relative to the launching folder, found or not. What arrives before
     // the content is shown waits and goes to the model in one add (two would have refused the
     // file while the folder was being expanded); what arrives after is an add of its own.
@@ -98,7 +79,6 @@ private slots:
         for (const auto* folder : {"runtime", "config", "second", "secondTemp"}) QDir(sandbox.path({})).mkpath(QString::fromLatin1(folder));
         qputenv("XDG_RUNTIME_DIR", QFile::encodeName(sandbox.path(u"runtime"_s)));
         qputenv("XDG_CONFIG_HOME", QFile::encodeName(sandbox.path(u"config"_s)));
-        leaveStaleSocket(SingleInstance::serverName());
         const QString first = sandbox.path(u"files"_s);
         const QString second = sandbox.path(u"second"_s);
         makeImages(first + u"/album"_s, 2);
