@@ -70,10 +70,11 @@ class ShellTest : public QObject {
     Q_OBJECT
 
 private slots:
-    // A launch with files, a second launch from another folder, and closing the window: one batch of both launches' files, and no working folder after.
-    // Paths are local files relative to the launching folder, found or not. What arrives before
-    // the content is shown waits and goes to the model in one add (two would have refused the
-    // file while the folder was being expanded); what arrives after is an add of its own.
+    // A launch with files, a second launch from another folder, and closing the window: one batch
+    // of both launches' files, and no working folder after. Paths are local files relative to the
+    // launching folder, found or not. What arrives before the content is shown waits and goes to
+    // the model in one add (two would have refused the file while the folder was being expanded);
+    // what arrives after is an add of its own.
     void launchesShareOneWindowAndClosingItQuits() {
         ModelSandbox sandbox;
         for (const auto* folder : {"runtime", "config", "second", "secondTemp"}) QDir(sandbox.path({})).mkpath(QString::fromLatin1(folder));

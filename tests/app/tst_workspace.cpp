@@ -132,7 +132,7 @@ private slots:
         QTest::addColumn<QPointF>("towards");  // the direction of the drag, beyond the picture's edge
         QTest::addColumn<QPointF>("position");
         QTest::newRow("wide, dragged past the left edge") << QSize(400, 300) << QPointF(-1, 0) << QPointF(0, 0.5);
-        QTest::newRow("wide, dragged past the right edge") << QSize(400, 300) << QPointF(1, 1) << QPointF(1, 0.5);
+        QTest::newRow("wide, dragged down and past the right edge") << QSize(400, 300) << QPointF(1, 1) << QPointF(1, 0.5);
         QTest::newRow("tall, dragged past the bottom edge") << QSize(300, 400) << QPointF(0, 1) << QPointF(0.5, 1);
         QTest::newRow("same shape: the frame stays centred") << QSize(400, 400) << QPointF(1, 1) << QPointF(0.5, 0.5);
         QTest::newRow("within the shape tolerance") << QSize(1601, 1600) << QPointF(1, 0) << QPointF(0.5, 0.5);
