@@ -88,6 +88,7 @@ private slots:
         const QString launchedFrom = QDir::currentPath();
         QVERIFY(QDir::setCurrent(first));
 
+        applyApplicationLook();  // as the program does before it starts
         ParceloApp parcelo;
         QVERIFY(parcelo.start({u"album"_s, QString(), u"img5.png"_s}));
         QVERIFY(QDir::setCurrent(launchedFrom));
