@@ -19,7 +19,7 @@ const QString kActive = QStringLiteral("activeRecipeName.v1");
 const FitSettings kDefaults{1'000'000, 2560, OutputFormat::automatic, 0, 0};
 const FitSettings kShop{300'000, 1280, OutputFormat::jpeg, 0, 0};
 
-QByteArray settingsJson(const FitSettings& settings) { return QByteArray::fromStdString(nlohmann::json(settings).dump()); }
+QByteArray dumped(const nlohmann::json& value) { return QByteArray::fromStdString(value.dump()); }
 
 nlohmann::json recipeJson(const std::string& id, const std::string& name, const FitSettings& settings) {
     return {{"id", id}, {"name", name}, {"settings", settings}};
@@ -27,16 +27,10 @@ nlohmann::json recipeJson(const std::string& id, const std::string& name, const 
 
 std::string idNumber(int n) { return QStringLiteral("00000000-0000-4000-8000-%1").arg(n, 12, 10, QLatin1Char('0')).toStdString(); }
 
-// Stored text of a one-recipe list, padded with white space inside the brackets to `bytes`.
-QByteArray paddedRecipes(std::size_t bytes) {
-    const std::string text = nlohmann::json::array({recipeJson(idNumber(1), "Shop", kShop)}).dump();
-    return QByteArray::fromStdString(text.substr(0, text.size() - 1) + std::string(bytes - text.size(), ' ') + "]");
-}
-
-// Stored settings padded with trailing white space to `bytes`.
-QByteArray paddedSettings(const FitSettings& settings, qsizetype bytes) {
-    QByteArray padded = settingsJson(settings);
-    return padded.append(QByteArray(bytes - padded.size(), ' '));
+// Stored JSON padded with white space before its closing bracket to `bytes`.
+QByteArray padded(const nlohmann::json& value, qsizetype bytes) {
+    QByteArray text = dumped(value);
+    return text.insert(text.size() - 1, QByteArray(bytes - text.size(), ' '));
 }
 
 QStringList recipeNames(const AppModel& model) {
@@ -48,8 +42,8 @@ QStringList recipeNames(const AppModel& model) {
 // The active recipe name a launch restores from these preferences.
 std::optional<QString> restoredActiveName(const nlohmann::json& recipes, const FitSettings& last, const QString& name) {
     ModelSandbox sandbox;
-    sandbox.preferences().setValue(kRecipes, QByteArray::fromStdString(recipes.dump()));
-    sandbox.preferences().setValue(kLastSettings, settingsJson(last));
+    sandbox.preferences().setValue(kRecipes, dumped(recipes));
+    sandbox.preferences().setValue(kLastSettings, dumped(last));
     sandbox.preferences().setValue(kActive, name);
     return sandbox.model().activeRecipeName();
 }
@@ -64,18 +58,15 @@ private slots:
     void theRequirementsTheirLimitsAndTheirSummary() {
         ModelSandbox sandbox;
         AppModel& model = sandbox.model();
-        QCOMPARE(model.fitSettings(), kDefaults);
         QCOMPARE(model.appliedSettings(), kDefaults);
         QCOMPARE(model.requirementSummary(), QStringLiteral("≤ 1 MB · Up to 2560 px · Auto format"));
         QCOMPARE(model.customKB(), QStringLiteral("1000"));
-        QVERIFY(!model.activeRecipeName());
         // The size limit runs from 10 KB to 25 MB; past either end there is none.
         const std::tuple<qint64, qint64, const char*> sizes[] = {
             {9, 0, "Zero KB"}, {10, 10'000, "10 KB"}, {25'000, 25'000'000, "25 MB"}, {25'001, 0, "Zero KB"}};
         for (const auto& [kilobytes, bytes, shown] : sizes) {
             model.setTargetKB(kilobytes);
             QCOMPARE(model.fitSettings().targetBytes, bytes);
-            QCOMPARE(model.fitSettings().isValid(), bytes != 0);
             QCOMPARE(model.requirementSummary(), QStringLiteral("≤ %1 · Up to 2560 px · Auto format").arg(QString::fromUtf8(shown)));
         }
         model.setTargetKB(200);
@@ -84,7 +75,7 @@ private slots:
         QCOMPARE(model.requirementSummary(), QStringLiteral("≤ 200 KB · 600 × 800 px · JPEG"));
         model.setExactPixels(false);
         model.setMaxEdge(0);
-        model.setOutputFormat(OutputFormat::png);
+        QVERIFY(model.setProperty("outputFormat", QStringLiteral("png")));  // as the panel sets it
         QCOMPARE(model.requirementSummary(), QStringLiteral("≤ 200 KB · Up to 8192 px · PNG"));
     }
 
@@ -92,20 +83,20 @@ private slots:
         ModelSandbox sandbox;
         AppModel& model = sandbox.model();
         setExactSides(model, QStringLiteral("600"), QStringLiteral("800"));
-        const std::pair<const char*, qint64> texts[] = {
-            {"600", 600}, {"+600", 600}, {"-64", -64},  {" 600", -1}, {"600px", -1},
-            {"6,000", -1}, {"600.0", -1}, {"", -1}, {"+", -1}, {"٦٠٠", -1}, {"99999999999999999999", -1}};
+        const std::pair<const char*, qint64> texts[] = {{"600", 600},  {"+600", 600}, {"-64", -64}, {" 600", -1},
+                                                        {"6,000", -1}, {"", -1},      {"٦٠٠", -1},  {"99999999999999999999", -1}};
         for (const auto& [text, side] : texts) {
             model.setPixelWidth(QString::fromUtf8(text));
             const FitSettings settings = model.fitSettings();
             QVERIFY2(settings.exactWidth == side, qPrintable(QStringLiteral("'%1' read as %2").arg(text).arg(settings.exactWidth)));
-            QCOMPARE(settings.exactHeight, 800);
             QVERIFY2(settings.isValid() == (side == 600), text);
         }
         model.setExactPixels(false);
         QCOMPARE(model.fitSettings().exactWidth, 0);
     }
 
+    // Assigning the value a property already has notifies too; the requirements also say
+    // that the derived settings and summary changed.
     void everyPublishedPropertyNotifiesOnEachAssignment() {
         ModelSandbox sandbox;
         AppModel& model = sandbox.model();
@@ -113,25 +104,16 @@ private slots:
                                           QStringLiteral("outputFormat"), QStringLiteral("exactPixels"),
                                           QStringLiteral("pixelWidth"),  QStringLiteral("pixelHeight")};
         const QMetaObject& meta = *model.metaObject();
-        int writable = 0;
         for (int i = meta.propertyOffset(); i < meta.propertyCount(); ++i) {
             const QMetaProperty property = meta.property(i);
             const QString name = QString::fromLatin1(property.name());
             QVERIFY2(property.hasNotifySignal() || property.isConstant(), qPrintable(name));
             if (!property.isWritable()) continue;
-            ++writable;
             QSignalSpy own(&model, property.notifySignal());
             QSignalSpy derived(&model, &AppModel::requirementsChanged);
-            QVERIFY2(property.write(&model, property.read(&model)), qPrintable(name));  // the value it already has
-            QVERIFY2(own.count() == 1, qPrintable(name));
-            QVERIFY2(derived.count() == (requirements.contains(name) ? 1 : 0), qPrintable(name));
+            QVERIFY2(property.write(&model, property.read(&model)), qPrintable(name));
+            QVERIFY2(own.count() == 1 && derived.count() == (requirements.contains(name) ? 1 : 0), qPrintable(name));
         }
-        QCOMPARE(writable, 9);
-        QSignalSpy format(&model, &AppModel::outputFormatChanged);
-        QVERIFY(model.setProperty("outputFormat", QStringLiteral("png")));
-        QCOMPARE(format.count(), 1);
-        QCOMPARE(model.outputFormat(), OutputFormat::png);
-        QCOMPARE(model.fitSettingsForView().value(QStringLiteral("outputFormat")).toString(), QStringLiteral("png"));
     }
 
     // ---- settingsChanged ----
@@ -143,15 +125,11 @@ private slots:
         QVERIFY(model.saveRecipe(QStringLiteral("Mine")));
         const QByteArray stored = sandbox.preferences().value(kLastSettings).toByteArray();
         model.fit(false);
-        QVERIFY(model.busy());
         model.setTargetKB(200);
         model.settingsChanged();  // during a run: neither stored nor applied
-        QCOMPARE(model.targetKB(), 200);
         QCOMPARE(sandbox.preferences().value(kLastSettings).toByteArray(), stored);
-        QCOMPARE(model.activeRecipeName(), QStringLiteral("Mine"));
         QVERIFY(runDone(model));
         QCOMPARE(model.readyCount(), 1);
-
         model.setTargetKB(1000);
         sandbox.preferences().remove(kLastSettings);
         model.settingsChanged();  // no change: the requirements are only stored
@@ -164,16 +142,15 @@ private slots:
         model.setOutputFormat(OutputFormat::png);
         model.settingsChanged();
         QVERIFY(!QFileInfo::exists(copy));
-        QCOMPARE(model.items()[0].state, QStringLiteral("Ready"));
-        QVERIFY(model.items()[0].isPending() && model.items()[0].outputBytes == 0);
-        QVERIFY2(model.items()[0].width == 0 && model.items()[0].height == 0 && model.items()[0].fileExtension.isEmpty(),
+        const ImageItem& item = model.items()[0];
+        QCOMPARE(item.state, QStringLiteral("Ready"));
+        QVERIFY2(item.isPending() && item.outputBytes == 0 && item.width == 0 && item.fileExtension.isEmpty(),
                  "no size of a copy that is gone");
-        QVERIFY(model.items()[0].thumbnail);
+        QVERIFY(item.thumbnail);
         QCOMPARE(model.completed(), 0);
         QVERIFY(!model.exportedDirectory() && !model.message() && !model.activeRecipeName());
         QCOMPARE(model.appliedSettings().outputFormat, OutputFormat::png);
         QVERIFY(QFileInfo::exists(source));
-
         QVERIFY(runFit(model));
         model.applyRecipe(UploadRecipe::examples()[0]);  // applying a recipe changes them too
         QCOMPARE(model.readyCount(), 0);
@@ -187,24 +164,17 @@ private slots:
         first.settingsChanged();
         QVERIFY(!sandbox.preferences().contains(kLastSettings));
         first.setTargetKB(750);
-        setExactSides(first, QStringLiteral("0"), QStringLiteral("0"));
-        QVERIFY(first.fitSettings().isValid());
-        first.settingsChanged();
-        QVERIFY(!sandbox.preferences().contains(kLastSettings));
         first.setMaxEdge(1280);
         first.setOutputFormat(OutputFormat::jpeg);
         setExactSides(first, QStringLiteral("+800"), QStringLiteral("600"));
         first.settingsChanged();
         const FitSettings stored{750'000, 1280, OutputFormat::jpeg, 800, 600};
-        QCOMPARE(sandbox.preferences().value(kLastSettings).toByteArray(), settingsJson(stored));
+        QCOMPARE(sandbox.preferences().value(kLastSettings).toByteArray(), dumped(stored));
         QVERIFY(!sandbox.preferences().contains(kActive));
         AppModel& model = sandbox.relaunch();
-        QCOMPARE(model.targetKB(), 750);
         QCOMPARE(model.customKB(), QStringLiteral("750"));
-        QCOMPARE(model.maxEdge(), 1280);
-        QCOMPARE(model.outputFormat(), OutputFormat::jpeg);
-        QVERIFY(model.exactPixels());
         QCOMPARE(model.pixelWidth(), QStringLiteral("800"));
+        QVERIFY(model.exactPixels());
         QCOMPARE(model.appliedSettings(), stored);
     }
 
@@ -213,11 +183,9 @@ private slots:
         QTest::addColumn<QByteArray>("stored");
         QTest::addColumn<bool>("read");
         QTest::newRow("malformed") << QByteArray("{\"targetBytes\":") << false;
-        QTest::newRow("missing key")
-            << QByteArray(R"({"targetBytes":500000,"outputFormat":"auto","exactWidth":0,"exactHeight":0})") << false;
-        QTest::newRow("invalid") << settingsJson({5, 1920, OutputFormat::png, 0, 0}) << false;
-        QTest::newRow("4,096 bytes") << paddedSettings(wholeBytes, 4096) << false;
-        QTest::newRow("4,095 bytes") << paddedSettings(wholeBytes, 4095) << true;
+        QTest::newRow("invalid") << dumped(FitSettings{5, 1920, OutputFormat::png, 0, 0}) << false;
+        QTest::newRow("4,096 bytes") << padded(wholeBytes, 4096) << false;
+        QTest::newRow("4,095 bytes") << padded(wholeBytes, 4095) << true;
     }
     void storedRequirementsAreReadOnlyWhenValidAndUnder4096Bytes() {
         QFETCH(QByteArray, stored);
@@ -227,15 +195,9 @@ private slots:
         sandbox.preferences().setValue(kActive, QStringLiteral("Web photo"));
         AppModel& model = sandbox.model();
         QVERIFY(!model.activeRecipeName());
-        if (!read) {
-            QCOMPARE(model.fitSettings(), kDefaults);
-            return;
-        }
-        QCOMPARE(model.targetKB(), 1500);  // a size of whole bytes shows as whole kilobytes
-        QCOMPARE(model.customKB(), QStringLiteral("1500"));
-        QCOMPARE(model.appliedSettings(), (FitSettings{1'500'500, 1920, OutputFormat::png, 0, 0}));
-        QVERIFY(!model.exactPixels());
-        QCOMPARE(model.pixelWidth(), QStringLiteral("600"));
+        const FitSettings restored{1'500'500, 1920, OutputFormat::png, 0, 0};
+        QCOMPARE(model.appliedSettings(), read ? restored : kDefaults);
+        if (read) QCOMPARE(model.customKB(), QStringLiteral("1500"));  // whole bytes show as whole kilobytes
     }
 
     void theActiveNameNeedsAMatchingRecipe() {
@@ -246,8 +208,7 @@ private slots:
         const auto cafe = nlohmann::json::array({recipeJson(idNumber(1), "Café", kShop)});
         QCOMPARE(restoredActiveName(cafe, kShop, QStringLiteral("Cafe\u0301"))->normalized(QString::NormalizationForm_C),
                  QStringLiteral("Café"));
-        const auto shop = nlohmann::json::array({recipeJson(idNumber(1), "Shop", kShop)});
-        QVERIFY2(!restoredActiveName(shop, kShop, QStringLiteral("shop")), "a name of another case");
+        QVERIFY2(!restoredActiveName(cafe, kShop, QStringLiteral("café")), "a name of another case");
     }
 
     // ---- The recipe library ----
@@ -257,58 +218,44 @@ private slots:
         model.setOutputFormat(OutputFormat::png);
         QVERIFY(model.saveRecipe(QStringLiteral("  Shop photo  ")));
         QCOMPARE(recipeNames(model), QStringList{QStringLiteral("Shop photo")});
-        QCOMPARE(model.activeRecipeName(), QStringLiteral("Shop photo"));
         QCOMPARE(sandbox.preferences().value(kActive).toString(), QStringLiteral("Shop photo"));
         const auto stored = nlohmann::json::parse(sandbox.preferences().value(kRecipes).toByteArray().toStdString());
         QCOMPARE(stored.size(), 1u);
-        QCOMPARE(QString::fromStdString(stored[0]["name"].get<std::string>()), QStringLiteral("Shop photo"));
         QCOMPARE(stored[0]["id"].get<std::string>(), model.recipes()[0].id().string());
-
-        for (const QString& name : {QStringLiteral("   "), QStringLiteral("\n"), QString(41, QLatin1Char('x'))})
-            QVERIFY2(!model.saveRecipe(name), qPrintable(name));
-        setExactSides(model, QStringLiteral("0"), QStringLiteral("0"));
-        QVERIFY(!model.saveRecipe(QStringLiteral("Zero")));
-        model.setExactPixels(false);
+        QVERIFY(!model.saveRecipe(QStringLiteral("   ")));
         model.setTargetKB(9);
         QVERIFY(!model.saveRecipe(QStringLiteral("Tiny")));
         model.setTargetKB(1000);
-        QCOMPARE(model.recipes().size(), 1u);
 
-        QVERIFY(model.saveRecipe(QString(40, QLatin1Char('x'))));
         QVERIFY(model.saveRecipe(QStringLiteral("Web photo")));  // a user recipe beside the example of that name
-        QVERIFY(model.recipes()[2].id() != UploadRecipe::examples()[0].id());
+        QVERIFY(model.recipes()[1].id() != UploadRecipe::examples()[0].id());
         QVERIFY(model.saveRecipe(QStringLiteral("STRASSE")));
         QVERIFY(model.saveRecipe(QStringLiteral("Cafe\u0301")));  // e and a combining acute accent
-        for (int i = 5; i < 20; ++i) QVERIFY(model.saveRecipe(QStringLiteral("Recipe %1").arg(i)));
+        for (int i = 4; i < 20; ++i) QVERIFY(model.saveRecipe(QStringLiteral("Recipe %1").arg(i)));
         const QByteArray full = sandbox.preferences().value(kRecipes).toByteArray();
         QVERIFY(!model.saveRecipe(QStringLiteral("One more")));
         QCOMPARE(sandbox.preferences().value(kRecipes).toByteArray(), full);
-        // Full case folding (ß is ss) and canonical equivalence (É is E and an accent) find names too.
+        // A full library still takes replacements, found by full case folding (ß is ss) and
+        // canonical equivalence (É is E and an accent).
         QVERIFY(model.saveRecipe(QStringLiteral("straße")));
         QVERIFY(model.saveRecipe(QStringLiteral("CAFÉ")));
-        QCOMPARE(QString::fromStdString(model.recipes()[3].name()), QStringLiteral("straße"));
-        QCOMPARE(QString::fromStdString(model.recipes()[4].name()), QStringLiteral("CAFÉ"));
-        const Uuid id = model.recipes()[0].id();
         model.setTargetKB(200);
-        QVERIFY(model.saveRecipe(QStringLiteral("shop PHOTO")));  // a full library still takes replacements
+        const Uuid id = model.recipes()[0].id();
+        QVERIFY(model.saveRecipe(QStringLiteral("shop PHOTO")));
         QCOMPARE(model.recipes().size(), 20u);
         QCOMPARE(model.recipes()[0].id(), id);
-        QCOMPARE(QString::fromStdString(model.recipes()[0].name()), QStringLiteral("shop PHOTO"));
         QCOMPARE(model.recipes()[0].settings().targetBytes, 200'000);
 
         const QStringList names = recipeNames(model);
+        QCOMPARE(names.mid(0, 4), (QStringList{QStringLiteral("shop PHOTO"), QStringLiteral("Web photo"),
+                                               QStringLiteral("straße"), QStringLiteral("CAFÉ")}));
         AppModel& relaunched = sandbox.relaunch();
         QCOMPARE(recipeNames(relaunched), names);
-        QCOMPARE(relaunched.recipesForView().size(), 20);
         QCOMPARE(relaunched.activeRecipeName(), QStringLiteral("shop PHOTO"));
-        QCOMPARE(relaunched.targetKB(), 200);
         QCOMPARE(relaunched.outputFormat(), OutputFormat::png);
 
         relaunched.deleteRecipe(relaunched.recipes()[1].id());  // not the active one
         QCOMPARE(relaunched.activeRecipeName(), QStringLiteral("shop PHOTO"));
-        sandbox.preferences().remove(kRecipes);
-        relaunched.deleteRecipe(Uuid::random());
-        QVERIFY2(sandbox.preferences().contains(kRecipes), "an unknown id stores the list again");
         relaunched.deleteRecipe(QString::fromStdString(relaunched.recipes()[0].id().string()));
         QVERIFY(!relaunched.activeRecipeName());
         QVERIFY(!sandbox.preferences().contains(kActive));
@@ -321,19 +268,15 @@ private slots:
         AppModel& model = sandbox.model();
         model.applyRecipe(UploadRecipe::examples()[1]);
         QVERIFY(model.exactPixels());
-        QCOMPARE(model.pixelWidth(), QStringLiteral("600"));
         QCOMPARE(model.pixelHeight(), QStringLiteral("600"));
-        QCOMPARE(model.maxEdge(), 2560);
-        QCOMPARE(model.outputFormat(), OutputFormat::jpeg);
-        QCOMPARE(model.targetKB(), 200);
         QCOMPARE(model.customKB(), QStringLiteral("200"));
-        QCOMPARE(model.activeRecipeName(), QStringLiteral("Square thumbnail"));
+        QCOMPARE(model.fitSettings(), UploadRecipe::examples()[1].settings());
         QCOMPARE(sandbox.preferences().value(kActive).toString(), QStringLiteral("Square thumbnail"));
         model.settingsChanged();  // the panel reporting the fields the recipe set
         QCOMPARE(model.activeRecipeName(), QStringLiteral("Square thumbnail"));
         model.applyRecipe(QString::fromStdString(UploadRecipe::examples()[0].id().string()));
         QVERIFY(!model.exactPixels());
-        QCOMPARE(model.pixelWidth(), QStringLiteral("600"));
+        QCOMPARE(model.pixelWidth(), QStringLiteral("600"));  // the sides typed before stay
         QCOMPARE(model.activeRecipeName(), QStringLiteral("Web photo"));
         model.setMaxEdge(800);
         model.settingsChanged();
@@ -352,15 +295,12 @@ private slots:
         QStringList firstTwenty;
         for (int i = 0; i <= 20; ++i)
             if (i != 4) firstTwenty.append(QStringLiteral("R%1").arg(i));
-        QTest::newRow("the first twenty valid with distinct ids") << QByteArray::fromStdString(list.dump()) << firstTwenty;
+        QTest::newRow("the first twenty valid with distinct ids") << dumped(list) << firstTwenty;
         const auto oneBad = nlohmann::json::array({recipeJson(idNumber(1), "Good", kShop), recipeJson("not-a-uuid", "Bad", kShop)});
-        QTest::newRow("one malformed recipe") << QByteArray::fromStdString(oneBad.dump()) << QStringList();
-        auto pastInt64 = nlohmann::json::array({recipeJson(idNumber(1), "Good", kShop), recipeJson(idNumber(2), "Huge", kShop)});
-        pastInt64[1]["settings"]["targetBytes"] = nlohmann::json::parse("18446744073709551615");
-        QTest::newRow("a number past 64 bits") << QByteArray::fromStdString(pastInt64.dump()) << QStringList();
-        QTest::newRow("100,000 bytes") << paddedRecipes(100'000) << QStringList{QStringLiteral("Shop")};
-        QCOMPARE(paddedRecipes(100'001).size(), 100'001);
-        QTest::newRow("100,001 bytes") << paddedRecipes(100'001) << QStringList();
+        QTest::newRow("one malformed recipe") << dumped(oneBad) << QStringList();
+        const auto shop = nlohmann::json::array({recipeJson(idNumber(1), "Shop", kShop)});
+        QTest::newRow("100,000 bytes") << padded(shop, 100'000) << QStringList{QStringLiteral("Shop")};
+        QTest::newRow("100,001 bytes") << padded(shop, 100'001) << QStringList();
     }
     void storedRecipesAreRestoredOnlyWhenWholeAndSmall() {
         QFETCH(QByteArray, stored);
