@@ -11,13 +11,16 @@
 #include <QDeadlineTimer>
 #include <QDir>
 #include <QFile>
-#include <QImage>
-#include <QRandomGenerator>
 #include <QSettings>
 #include <QSignalSpy>
-#include <QTemporaryDir>
 #include <QTest>
 #include <QUrl>
+
+// GLib, under libvips, names a member `signals`, which Qt defines as a keyword.
+#pragma push_macro("signals")
+#undef signals
+#include "TestSupport.h"
+#pragma pop_macro("signals")
 
 #include "AppModel.h"
 #include "CancellationCheck.h"
@@ -28,41 +31,13 @@ namespace parcelo::test {
 inline const QString kUnreadable = QStringLiteral(
     "This file isn’t a supported image, or it could not be read. Try a JPEG, PNG, HEIC, TIFF or BMP.");
 
-inline QString corpusDir() { return QStringLiteral(PARCELO_CORPUS_DIR); }
-inline bool haveCorpus() { return QFile::exists(corpusDir() + QStringLiteral("/MANIFEST.tsv")); }
-inline QString corpusFile(const QString& relative) { return corpusDir() + QLatin1Char('/') + relative; }
+// The model speaks in QString paths; the shared helpers take file-system paths.
+inline std::filesystem::path fsPath(const QString& path) { return QFile::encodeName(path).toStdString(); }
+inline QString corpusFile(const QString& relative) { return QString::fromStdString((corpusDir() / fsPath(relative)).string()); }
 
-// Skips the current test, loudly, when the image corpus is not beside the checkout.
-#define REQUIRE_CORPUS()                                                                              \
-    do {                                                                                              \
-        if (!::parcelo::test::haveCorpus())                                                           \
-            QSKIP(qPrintable(QStringLiteral("image corpus missing at %1 - real-image checks NOT run") \
-                                 .arg(::parcelo::test::corpusDir())));                                \
-    } while (0)
-
-// What a generated picture looks like: one colour compresses to almost nothing, noise hardly at all.
-enum class Picture { flat, gradient, noise };
-
-// Writes a picture of the given size; the format follows the file's suffix.
-inline void writeImage(const QString& path, int width, int height, Picture picture = Picture::gradient) {
-    QImage image(width, height, QImage::Format_RGB32);
-    QRandomGenerator random(7);
-    for (int y = 0; y < height; ++y)
-        for (int x = 0; x < width; ++x) {
-            switch (picture) {
-            case Picture::flat: image.setPixel(x, y, qRgb(200, 120, 60)); break;
-            case Picture::gradient: image.setPixel(x, y, qRgb(x * 255 / width, y * 255 / height, 128)); break;
-            case Picture::noise: image.setPixel(x, y, random.generate() | 0xff000000u); break;
-            }
-        }
-    QVERIFY2(image.save(path), qPrintable(QStringLiteral("could not write test image ") + path));
-}
-
-inline void writeText(const QString& path, const QByteArray& bytes) {
-    QFile file(path);
-    QVERIFY2(file.open(QIODevice::WriteOnly), qPrintable(file.errorString() + QStringLiteral(": ") + path));
-    QCOMPARE(file.write(bytes), bytes.size());
-}
+// Writes the picture; the format follows the file's suffix.
+inline void writeImage(const QString& path, const vips::VImage& image) { save(image, fsPath(path)); }
+inline void writeText(const QString& path, const std::string& text) { writeBytes(fsPath(path), text); }
 
 inline QList<QUrl> urls(const QStringList& paths) {
     QList<QUrl> list;
@@ -92,6 +67,8 @@ public:
     // Waits until work stands at gate n (from 1); false when none came within the guard time.
     bool reached(int n) { return gates_.at(static_cast<std::size_t>(n - 1)).arrived.try_acquire_for(kGuard); }
     void release(int n) { gates_.at(static_cast<std::size_t>(n - 1)).go.release(); }
+    // How many checks have come since the gates were made.
+    [[nodiscard]] int checks() const { return checks_.load(); }
 
 private:
     struct Gate {
@@ -118,11 +95,9 @@ private:
 class ModelSandbox {
 public:
     ModelSandbox() {
-        if (!root_.isValid()) qFatal("cannot make a temporary directory");
-        QDir(root_.path()).mkpath(QStringLiteral("tmp"));
-        QDir(root_.path()).mkpath(QStringLiteral("files"));
+        QDir(path(QString())).mkpath(QStringLiteral("tmp"));
+        QDir(path(QString())).mkpath(QStringLiteral("files"));
         qputenv("TMPDIR", QFile::encodeName(path(QStringLiteral("tmp"))));
-        preferences_ = std::make_unique<QSettings>(path(QStringLiteral("preferences.ini")), QSettings::IniFormat);
     }
     ~ModelSandbox() {
         if (model_) model_->cleanUp();
@@ -135,17 +110,19 @@ public:
     ModelSandbox(const ModelSandbox&) = delete;
     ModelSandbox& operator=(const ModelSandbox&) = delete;
 
-    [[nodiscard]] QString path(const QString& relative) const { return root_.filePath(relative); }
-    [[nodiscard]] QString file(const QString& name) const { return root_.filePath(QStringLiteral("files/") + name); }
-    [[nodiscard]] QSettings& preferences() { return *preferences_; }
+    [[nodiscard]] QString path(const QString& relative) const {
+        return QDir(QFile::decodeName(root_.path().c_str())).filePath(relative);
+    }
+    [[nodiscard]] QString file(const QString& name) const { return path(QStringLiteral("files/") + name); }
+    [[nodiscard]] QSettings& preferences() { return preferences_; }
 
     AppModel& model() {
-        if (!model_) model_ = std::make_unique<AppModel>(preferences_.get());
+        if (!model_) model_ = std::make_unique<AppModel>(&preferences_);
         return *model_;
     }
     // Drops the model (as at quit) and makes a new one over the same preferences.
     AppModel& relaunch() {
-        preferences_->sync();
+        preferences_.sync();
         if (model_) model_->cleanUp();
         model_.reset();
         return model();
@@ -154,8 +131,8 @@ public:
 private:
     std::optional<QByteArray> originalTemp_ =
         qEnvironmentVariableIsSet("TMPDIR") ? std::optional(qgetenv("TMPDIR")) : std::nullopt;
-    QTemporaryDir root_;
-    std::unique_ptr<QSettings> preferences_;
+    ScratchFolder root_;
+    QSettings preferences_{path(QStringLiteral("preferences.ini")), QSettings::IniFormat};
     std::unique_ptr<AppModel> model_;
 };
 
@@ -182,7 +159,7 @@ inline QStringList makeImages(const QString& folder, int count, int first = 0) {
     QStringList paths;
     for (int i = first; i < first + count; ++i) {
         paths.append(QDir(folder).filePath(QStringLiteral("img%1.png").arg(i)));
-        writeImage(paths.last(), 16, 12, Picture::flat);
+        writeImage(paths.last(), flat(16, 12, {200, 120, 60}));
     }
     return paths;
 }
@@ -197,7 +174,7 @@ inline void setExactSides(AppModel& model, const QString& width, const QString& 
 // Writes a small photo into the sandbox and adds it; the photo's path, or empty when adding failed.
 inline QString addPhoto(ModelSandbox& sandbox) {
     const QString source = sandbox.file(QStringLiteral("photo.jpg"));
-    writeImage(source, 300, 200);
+    writeImage(source, photoLike(300, 200));
     return addAndLoad(sandbox.model(), {source}) ? source : QString();
 }
 
