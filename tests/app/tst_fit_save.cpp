@@ -108,6 +108,7 @@ private slots:
         gates->release(1);
         QVERIFY(runDone(model));
         QCOMPARE(gates->checks(), 1);
+        QVERIFY(model.items()[0].isReady());
         QCOMPARE(model.items()[1].state, QStringLiteral("Paused · ready to resume"));
         QCOMPARE(model.items()[2].state, QStringLiteral("Ready"));
         QCOMPARE(model.message(), QStringLiteral("Paused. Finished copies are safe. Choose Fit remaining to continue."));

@@ -146,7 +146,7 @@ private slots:
         ViewHarness view(model, kContentView);
         QVERIFY2(view.loaded(), qPrintable(view.errors()));
         setExactSides(model, u"1080"_s, u"1080"_s);
-        writeImage(sandbox.file(u"picture.png"_s), image.width(), image.height());
+        writeImage(sandbox.file(u"picture.png"_s), photoLike(image.width(), image.height()));
         QVERIFY(addAndLoad(model, {sandbox.file(u"picture.png"_s)}));
         openCropEditor(view);
         QCOMPARE(view.text(u"cropSubtitle"_s), u"1080 × 1080 px · picture.png"_s);
