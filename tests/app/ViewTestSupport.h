@@ -24,6 +24,7 @@ namespace parcelo::test {
 // One of Parcelo's views loaded over a real model, shown offscreen, for a test to drive as a user
 // would: find controls by objectName, click them, type into them, and photograph the window.
 // A view whose root is an item is placed in a window of its own implicit size (or `size`).
+// Every warning printed while the harness lives, from QML, Qt or a library, is an error of the view.
 class ViewHarness {
 public:
     explicit ViewHarness(AppModel& model, const QString& qmlFile = QStringLiteral("Main.qml"), QSize size = {}) {
@@ -49,8 +50,7 @@ public:
     ViewHarness(const ViewHarness&) = delete;
     ViewHarness& operator=(const ViewHarness&) = delete;
 
-    // Load errors and warnings so far (from QML, Qt or a library, on any thread), one per line;
-    // empty when there were none.
+    // Load errors and warnings so far, one per line; empty when there were none.
     [[nodiscard]] QString errors() const {
         const QMutexLocker lock(&mutex_);
         return errors_.join(QLatin1Char('\n'));
