@@ -99,10 +99,11 @@ inline std::filesystem::path save(const vips::VImage& image, const std::filesyst
     return path;
 }
 
-// A copy or preview held in memory, decoded as a viewer would.
+// A copy held in memory, decoded as a viewer would; the image keeps its own pixels, so the
+// bytes may go first.
 inline vips::VImage loadBytes(const std::vector<std::uint8_t>& data) {
     detail::ensureVipsStarted();
-    return vips::VImage::new_from_buffer(data.data(), data.size(), "");
+    return vips::VImage::new_from_buffer(data.data(), data.size(), "").copy_memory();
 }
 
 inline std::string contents(const std::filesystem::path& path) {

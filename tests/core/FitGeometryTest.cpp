@@ -1,3 +1,4 @@
+// The sizes a fit decodes, tries and cuts, as plain arithmetic on whole pixels.
 #include <gtest/gtest.h>
 
 #include "FitGeometry.h"
@@ -5,75 +6,69 @@
 using namespace parcelo::geometry;
 using Verdict = ExactDecode::Verdict;
 
-TEST(SizeModeGeometry, DecodeEdgeNeverEnlargesAndHonoursTheCap) {
+// Never enlarged, capped at 8,192 px; each step 80 % of the last until an edge under 64 px.
+TEST(SizeModeGeometry, DecodeEdgeAndShrinkSteps) {
     EXPECT_EQ(sizeModeDecodeEdge(4'000, 2'000), 2'000);
     EXPECT_EQ(sizeModeDecodeEdge(1'200, 0), 1'200);
     EXPECT_EQ(sizeModeDecodeEdge(1'200, 2'000), 1'200);
     EXPECT_EQ(sizeModeDecodeEdge(10'000, 0), 8'192);
-}
-
-TEST(SizeModeGeometry, ShrinkStepsStopUnderTheSmallestUsefulEdge) {
-    EXPECT_EQ(nextSmallerSize({100, 100}), (PixelSize{80, 80}));
-    EXPECT_EQ(nextSmallerSize({80, 80}), (PixelSize{64, 64}));
-    EXPECT_FALSE(nextSmallerSize({64, 64}));  // 51 × 51 is too small to be useful
-    EXPECT_FALSE(nextSmallerSize({70, 30}));  // 56 × 24
-    EXPECT_EQ(nextSmallerSize({1'000, 1}), (PixelSize{800, 1}));  // a side never falls to 0
-}
-
-TEST(SizeModeGeometry, FromTheCapAtMostTwentyTwoSizesAreTried) {
+    const std::pair<PixelSize, std::optional<PixelSize>> steps[] = {
+        {{100, 100}, PixelSize{80, 80}}, {{80, 80}, PixelSize{64, 64}},
+        {{64, 64}, std::nullopt},        {{70, 30}, std::nullopt},  // 51 × 51 and 56 × 24 are too small to be useful
+        {{1'000, 1}, PixelSize{800, 1}},  // a side never falls to 0
+    };
+    for (const auto& [size, next] : steps) EXPECT_EQ(nextSmallerSize(size), next) << size.width << " x " << size.height;
     const std::vector<PixelSize> ladder = sizeLadder({8'192, 8'192});
     ASSERT_EQ(ladder.size(), 22u);
-    EXPECT_EQ(ladder.front(), (PixelSize{8'192, 8'192}));
     EXPECT_EQ(ladder[1], (PixelSize{6'553, 6'553}));
     EXPECT_EQ(ladder.back().longest(), 73);
-    EXPECT_EQ(sizeLadder({100, 100}), (std::vector<PixelSize>{{100, 100}, {80, 80}, {64, 64}}));
 }
 
-TEST(ExactGeometry, OrientationSwapsTheSidesOnlyForFiveToEight) {
-    for (int orientation = 1; orientation <= 8; ++orientation) {
-        const PixelSize oriented = orientedSize({4'000, 3'000}, orientation);
-        EXPECT_EQ(oriented.width, orientation >= 5 ? 3'000 : 4'000) << orientation;
+// The decode covers the frame with a margin; sources too small on either side are refused, and
+// the processing limit counts decoded pixels: exactly 64 MP passes, one column more does not.
+TEST(ExactGeometry, DecodeVerdictAndEdge) {
+    struct Case {
+        PixelSize stored;
+        std::optional<int> orientation;
+        PixelSize frame;
+        Verdict verdict;
+        std::int64_t decodeEdge = 0;
+    };
+    const Case cases[] = {
+        {{4'000, 3'000}, 1, {1'080, 1'080}, Verdict::fits, 1'442},  // 0.36 × 4,000 + 2
+        {{4'000, 3'000}, 6, {3'000, 4'000}, Verdict::fits, 4'000},  // sideways: shown 3,000 × 4,000
+        {{4'000, 3'000}, 1, {3'000, 4'000}, Verdict::sourceTooSmall},
+        {{1'000, 800}, std::nullopt, {1'200, 600}, Verdict::sourceTooSmall},
+        {{20'000, 4'000}, std::nullopt, {4'096, 4'000}, Verdict::processingLimit},
+        {{16'000, 4'000}, std::nullopt, {4'096, 4'000}, Verdict::fits, 16'000},
+        {{16'001, 4'000}, std::nullopt, {4'096, 4'000}, Verdict::processingLimit},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(std::to_string(c.stored.width) + " x " + std::to_string(c.stored.height) + " into " +
+                     std::to_string(c.frame.width) + " x " + std::to_string(c.frame.height));
+        const ExactDecode decode = exactDecode(c.stored, c.orientation, c.frame);
+        EXPECT_EQ(decode.verdict, c.verdict);
+        if (c.verdict == Verdict::fits) {
+            EXPECT_EQ(decode.decodeEdge, c.decodeEdge);
+        }
     }
-    EXPECT_EQ(orientedSize({4'000, 3'000}, std::nullopt), (PixelSize{4'000, 3'000}));
-    EXPECT_EQ(orientedSize({4'000, 3'000}, 9), (PixelSize{4'000, 3'000}));
+    for (int orientation = 1; orientation <= 9; ++orientation)
+        EXPECT_EQ(orientedSize({4'000, 3'000}, orientation).width, orientation >= 5 && orientation <= 8 ? 3'000 : 4'000);
 }
 
-TEST(ExactGeometry, DecodeEdgeCoversTheFrameWithAMargin) {
-    const ExactDecode square = exactDecode({4'000, 3'000}, 1, {1'080, 1'080});
-    EXPECT_EQ(square.verdict, Verdict::fits);
-    EXPECT_EQ(square.decodeEdge, 1'442);  // 0.36 × 4,000 + 2
-    // Sideways portrait: stored 4,000 × 3,000, shown 3,000 × 4,000.
-    const ExactDecode upright = exactDecode({4'000, 3'000}, 6, {3'000, 4'000});
-    EXPECT_EQ(upright.verdict, Verdict::fits);
-    EXPECT_EQ(upright.decodeEdge, 4'000);
-}
-
-// Sources too small on either side are refused; the processing limit counts decoded pixels.
-TEST(ExactGeometry, RefusesSourcesTooSmallOrTooCostlyToDecode) {
-    EXPECT_EQ(exactDecode({1'000, 800}, std::nullopt, {1'200, 600}).verdict, Verdict::sourceTooSmall);
-    EXPECT_EQ(exactDecode({4'000, 3'000}, 1, {3'000, 4'000}).verdict, Verdict::sourceTooSmall);
-    EXPECT_EQ(exactDecode({20'000, 4'000}, std::nullopt, {4'096, 4'000}).verdict, Verdict::processingLimit);
-    // Full height needed, so the whole panorama is decoded: exactly 64 MP passes, one column more fails.
-    EXPECT_EQ(exactDecode({16'000, 4'000}, std::nullopt, {4'096, 4'000}).verdict, Verdict::fits);
-    EXPECT_EQ(exactDecode({16'001, 4'000}, std::nullopt, {4'096, 4'000}).verdict, Verdict::processingLimit);
-}
-
+// The anchor moves the frame across the overflow only; the same shape is never cut.
 TEST(ExactGeometry, CropAnchorMovesTheFrameAcrossTheOverflowOnly) {
-    const PixelSize decoded{3'000, 2'000}, frame{1'000, 1'000};
-    const CoverPlacement left = coverPlacement(decoded, frame, {0, 0.5});
-    const CoverPlacement right = coverPlacement(decoded, frame, {1, 0.5});
-    const CoverPlacement centre = coverPlacement(decoded, frame, {0.5, 0.5});
-    EXPECT_EQ(left.scaled, (PixelSize{1'500, 1'000}));
-    EXPECT_EQ(left.left, 0);
-    EXPECT_EQ(right.left, 500);
-    EXPECT_EQ(centre.left, 250);
-    EXPECT_EQ(centre.top, 0);  // no vertical overflow, so y has no effect
-    EXPECT_EQ(coverPlacement(decoded, frame, {0.5, 1}).top, 0);
-    // The same shape includes the whole image wherever the anchor is.
-    for (double x : {0.0, 0.3, 1.0}) {
-        const CoverPlacement placement = coverPlacement({2'000, 1'000}, {1'000, 500}, {x, 1 - x});
-        EXPECT_EQ(placement.scaled, (PixelSize{1'000, 500}));
-        EXPECT_EQ(placement.left, 0);
-        EXPECT_EQ(placement.top, 0);
+    struct Case { PixelSize decoded, frame; parcelo::CropPosition crop; PixelSize scaled; std::int64_t left, top; };
+    const Case cases[] = {
+        {{3'000, 2'000}, {1'000, 1'000}, {0, 0.5}, {1'500, 1'000}, 0, 0},
+        {{3'000, 2'000}, {1'000, 1'000}, {1, 0.5}, {1'500, 1'000}, 500, 0},
+        {{3'000, 2'000}, {1'000, 1'000}, {0.5, 1}, {1'500, 1'000}, 250, 0},
+        {{2'000, 3'000}, {1'000, 1'000}, {0.5, 1}, {1'000, 1'500}, 0, 500},
+        {{2'000, 1'000}, {1'000, 500}, {0.3, 0.7}, {1'000, 500}, 0, 0},
+    };
+    for (const Case& c : cases) {
+        const CoverPlacement placement = coverPlacement(c.decoded, c.frame, c.crop);
+        EXPECT_EQ(placement.scaled, c.scaled) << c.crop.x << ", " << c.crop.y;
+        EXPECT_EQ(std::pair(placement.left, placement.top), std::pair(c.left, c.top)) << c.crop.x << ", " << c.crop.y;
     }
 }
