@@ -1,15 +1,10 @@
-// The folder scan: what a selection of files and folders yields, in which order, within which
-// limits, and what happens when a folder cannot be read or the user stops.
+// The folder scan: what a selection of files and folders yields, in which order, and what
+// happens when the user stops.
 #include "ImageImport.h"
 
-#include <dirent.h>
-#include <dlfcn.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include <algorithm>
-#include <cerrno>
-#include <limits>
 #include <set>
 #include <string>
 
@@ -18,41 +13,6 @@
 #include "CancellationCheck.h"
 #include "FitError.h"
 #include "TestSupport.h"
-
-// Reading a folder's listing can fail midway, as on a failing disk or a network share that
-// goes away. The scan reads listings with readdir; this one, in place of the C library's, lets a
-// test make the reading of one folder fail with EIO after a given number of its named entries.
-namespace {
-
-struct ListingFailure {
-    dev_t device = 0;
-    ino_t inode = 0;
-    int after = 0;        // named entries handed out before the reads fail
-    int failedReads = 0;  // reads that fail, in a row, before the listing reads on
-    int named = 0;
-};
-ListingFailure* listingFailure = nullptr;
-
-bool failsToList(DIR* listing) {
-    struct stat folder {};
-    return listingFailure != nullptr && ::fstat(::dirfd(listing), &folder) == 0 &&
-           folder.st_dev == listingFailure->device && folder.st_ino == listingFailure->inode;
-}
-
-}  // namespace
-
-extern "C" dirent* readdir(DIR* listing) {
-    static const auto readNext = reinterpret_cast<dirent* (*)(DIR*)>(::dlsym(RTLD_NEXT, "readdir"));
-    if (!failsToList(listing)) return readNext(listing);
-    if (listingFailure->named == listingFailure->after && listingFailure->failedReads > 0) {
-        --listingFailure->failedReads;
-        errno = EIO;
-        return nullptr;
-    }
-    dirent* entry = readNext(listing);
-    if (entry != nullptr && entry->d_name[0] != '.') ++listingFailure->named;
-    return entry;
-}
 
 namespace parcelo {
 namespace {
@@ -146,68 +106,6 @@ TEST_F(ImageImportTest, WholePathsSortCaseInsensitivelyWithNumbersByValue) {
     const fs::path upper = file("IMG.jpg"), lower = file("img.jpg");
     EXPECT_EQ(ImageImport::expand({upper, lower}, {}, kNoLimit).urls, (Paths{upper, lower}));
     EXPECT_EQ(ImageImport::expand({lower, upper}, {}, kNoLimit).urls, (Paths{lower, upper}));
-}
-
-// Past the limit the scan stops at once with limit + 1 images, unsorted, in walk order;
-// excluded images do not count.
-TEST_F(ImageImportTest, LimitStopsOneNewImagePastIt) {
-    const fs::path photos = root_ / "photos";
-    for (const char* name : {"e.jpg", "d.jpg", "c.jpg", "b.jpg", "a.jpg"}) file(std::string("photos/") + name);
-    const Paths walkOrder(fs::directory_iterator(photos), {});
-    const std::set<fs::path> all(walkOrder.begin(), walkOrder.end());
-    const std::set<fs::path> allButLast(walkOrder.begin(), walkOrder.end() - 1);
-    const std::tuple<std::int64_t, std::set<fs::path>, Paths, bool> cases[] = {
-        {0, all, {}, false},
-        {0, allButLast, {walkOrder.back()}, true},
-        {2, {}, Paths(walkOrder.begin(), walkOrder.begin() + 3), true},
-        {4, {}, walkOrder, true},
-        {5, {}, test::filesIn(photos), false},
-    };
-    for (const auto& [limit, excluding, urls, stopped] : cases) {
-        SCOPED_TRACE("limit " + std::to_string(limit) + ", excluding " + std::to_string(excluding.size()));
-        const ImportSelection selection = ImageImport::expand({photos}, excluding, limit);
-        EXPECT_EQ(selection.urls, urls);
-        EXPECT_EQ(selection.stoppedAtLimit, stopped);
-    }
-}
-
-// 20,000 entries: one subfolder and 19,999 files split between it and the top folder, plus a
-// hidden file, which never counts. A file named and then met again inside the folder counts twice.
-TEST_F(ImageImportTest, TwentyThousandEntriesAreExaminedAndOneMoreFailsTheWholeSelection) {
-    const fs::path tree = root_ / "tree";
-    file("tree/.hidden.jpg");
-    for (std::int64_t i = 1; i < ImageImport::kMaxExaminedEntries; ++i)
-        file((i % 2 == 0 ? "tree/f" : "tree/sub/f") + std::to_string(i) + ".txt");
-    EXPECT_EQ(ImageImport::expand({tree}, {}, kNoLimit).skipped, ImageImport::kMaxExaminedEntries - 1);
-    try {
-        ImageImport::expand({file("extra.jpg"), tree}, {}, kNoLimit);
-        ADD_FAILURE() << "a selection of 20,001 entries was expanded";
-    } catch (const TooManyEntriesError& error) {
-        EXPECT_STREQ(error.what(),
-                     "This folder has more than 20,000 entries. Choose a smaller folder. No images were added.");
-    }
-    EXPECT_THROW(ImageImport::expand({tree / "f2.txt", tree}, {}, kNoLimit), TooManyEntriesError);
-}
-
-// A failed read of a listing is counted and the folder read on; a folder whose reads keep
-// failing is left, and the walk goes on with the next one.
-TEST_F(ImageImportTest, AFolderWhoseListingFailsMidwayIsReadOn) {
-    const fs::path photos = root_ / "photos";
-    for (const char* name : {"photos/a.jpg", "photos/b.jpg", "photos/c.jpg", "photos/d.jpg", "photos/e.jpg", "next/f.jpg"})
-        file(name);
-    struct stat identity {};
-    ASSERT_EQ(::stat(photos.c_str(), &identity), 0);
-    for (const auto& [failedReads, found, unreadable] :
-         {std::tuple{1, 6u, 1}, std::tuple{std::numeric_limits<int>::max(), 3u, 2}}) {
-        SCOPED_TRACE(failedReads);
-        ListingFailure failure{identity.st_dev, identity.st_ino, 2, failedReads};
-        listingFailure = &failure;
-        const ImportSelection selection = ImageImport::expand({photos, root_ / "next"}, {}, kNoLimit);
-        listingFailure = nullptr;
-        EXPECT_EQ(selection.urls.size(), found);
-        EXPECT_EQ(selection.unreadable, unreadable);
-        EXPECT_EQ(selection.skipped, 0);
-    }
 }
 
 // A stopped scan never starts; a stop between two entries of a folder ends the walk there,

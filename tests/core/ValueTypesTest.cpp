@@ -36,44 +36,6 @@ TEST(FitSettings, ValidWithinInclusiveBounds) {
         EXPECT_FALSE(invalid.isValid()) << invalid.x << ", " << invalid.y;
 }
 
-// A missing key, a wrong type, an unknown format or a number past the 64-bit range (which must
-// not wrap round to a negative one) does not decode.
-TEST(FitSettings, MalformedJsonDoesNotDecode) {
-    const json good = FitSettings{100'000, 0, OutputFormat::jpeg, 0, 0};
-    EXPECT_EQ(good.get<FitSettings>(), (FitSettings{100'000, 0, OutputFormat::jpeg, 0, 0}));
-    std::vector<json> broken;
-    for (const char* key : {"targetBytes", "maxEdge", "outputFormat", "exactWidth", "exactHeight"}) {
-        broken.push_back(good);
-        broken.back().erase(key);
-    }
-    const std::pair<const char*, json> changes[] = {
-        {"outputFormat", "JPEG"}, {"outputFormat", "webp"}, {"outputFormat", 1}, {"targetBytes", 12.5},
-        {"maxEdge", "100"}, {"targetBytes", json::parse("18446744073709551615")},
-        {"exactHeight", json::parse("-9223372036854775809")}};
-    for (const auto& [key, value] : changes) {
-        broken.push_back(good);
-        broken.back()[key] = value;
-    }
-    for (const json& stored : broken) EXPECT_THROW(stored.get<FitSettings>(), json::exception) << stored.dump();
-}
-
-TEST(OutputFormat, RawValuesAndLabelsInListOrder) {
-    const std::tuple<OutputFormat, const char*, const char*> formats[] = {
-        {OutputFormat::automatic, "auto", "Automatic"},
-        {OutputFormat::jpeg, "jpeg", "JPEG · white background"},
-        {OutputFormat::png, "png", "PNG · preserve transparency"},
-    };
-    ASSERT_EQ(kAllOutputFormats.size(), 3u);
-    for (std::size_t i = 0; i < 3; ++i) {
-        const auto& [format, raw, text] = formats[i];
-        EXPECT_EQ(kAllOutputFormats[i], format);
-        EXPECT_EQ(rawValue(format), raw);
-        EXPECT_EQ(label(format), text);
-        EXPECT_EQ(outputFormatFromRaw(raw), format);
-    }
-    EXPECT_FALSE(outputFormatFromRaw("jpg"));
-}
-
 TEST(FitError, EveryCaseHasItsOwnTypographicMessage) {
     std::set<std::string_view> messages;
     for (FitError::Case errorCase : FitError::allCases) {
