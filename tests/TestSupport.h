@@ -14,7 +14,6 @@
 #include <stdexcept>
 #include <string>
 #include <system_error>
-#include <utility>
 #include <vector>
 
 // GLib, under libvips, names a struct member `signals`, which Qt defines as a keyword.
@@ -26,7 +25,6 @@
 #pragma pop_macro("signals")
 
 #include "FileSizeLimit.h"
-#include "FitError.h"
 
 namespace parcelo::test {
 
@@ -146,31 +144,4 @@ inline std::vector<std::filesystem::path> filesIn(const std::filesystem::path& f
     } while (0)
 #else
 #error "include <gtest/gtest.h> or <QTest> before TestSupport.h"
-#endif
-
-// Checks only gtest programs make.
-#if defined(GTEST_SKIP)
-namespace parcelo::test {
-
-// The case of the FitError that call must end in; a call that succeeds fails the test.
-template <typename Call>
-FitError::Case failureOf(Call&& call) {
-    try {
-        call();
-    } catch (const FitError& error) {
-        return error.errorCase();
-    }
-    ADD_FAILURE() << "expected a FitError";
-    return FitError::Case::invalidSettings;
-}
-
-using Size = std::pair<std::int64_t, std::int64_t>;
-
-// Width and height of a fitted copy or preview, comparable in one assertion.
-template <typename Picture>
-Size sizeOf(const Picture& picture) {
-    return {picture.width, picture.height};
-}
-
-}  // namespace parcelo::test
 #endif

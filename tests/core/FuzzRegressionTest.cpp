@@ -3,25 +3,19 @@
 // "unreadable--png-text-chunk-claiming-750-mb.png" must be refused, not just survived. None may
 // make a library print a line.
 #include <filesystem>
-#include <fstream>
 #include <functional>
-#include <iterator>
 #include <string>
 #include <vector>
 
 #include <gtest/gtest.h>
 
 #include "FuzzChecks.h"
+#include "TestSupport.h"
 
 namespace {
 
 namespace fs = std::filesystem;
 using Check = std::function<std::string(std::span<const std::uint8_t>)>;
-
-std::vector<std::uint8_t> bytesOf(const fs::path& file) {
-    std::ifstream in(file, std::ios::binary);
-    return {std::istreambuf_iterator<char>(in), {}};
-}
 
 TEST(FuzzRegressions, EveryKeptInputKeepsTheEnginesPromises) {
     const std::vector<std::pair<const char*, Check>> targets{{"source", parcelo::fuzz::checkSource},
@@ -33,7 +27,8 @@ TEST(FuzzRegressions, EveryKeptInputKeepsTheEnginesPromises) {
         if (!fs::is_directory(folder)) continue;
         for (const auto& entry : fs::directory_iterator(folder)) {
             SCOPED_TRACE(entry.path().string());
-            const std::vector<std::uint8_t> bytes = bytesOf(entry.path());
+            const std::string file = parcelo::test::contents(entry.path());
+            const std::vector<std::uint8_t> bytes(file.begin(), file.end());
             std::string outcome;
             testing::internal::CaptureStderr();
             EXPECT_NO_THROW(outcome = check(bytes));

@@ -1,17 +1,13 @@
-// The folder scan: what a selection of files and folders yields, in which order, and what
-// happens when the user stops.
+// The folder scan: what a selection of files and folders yields.
 #include "ImageImport.h"
 
 #include <sys/stat.h>
 
 #include <algorithm>
-#include <set>
 #include <string>
 
 #include <gtest/gtest.h>
 
-#include "CancellationCheck.h"
-#include "FitError.h"
 #include "TestSupport.h"
 
 namespace parcelo {
@@ -89,41 +85,6 @@ TEST_F(ImageImportTest, NamedFilesAreTakenOnceAndLinksSkipped) {
     EXPECT_EQ(ImageImport::expand({fs::path()}, {}, kNoLimit), ImportSelection{});
     EXPECT_EQ(ImageImport::standardized("x.jpg"), fs::current_path() / "x.jpg");
     EXPECT_EQ(ImageImport::standardized(root_ / "shortcut/./b/../a.jpg/"), root_ / "shortcut/a.jpg");
-}
-
-// Case-insensitive, numbers by value, over whole paths; names that compare equal keep the
-// order they were found in. Byte order would put B before a, 10 before 2 and 10 before 9.
-TEST_F(ImageImportTest, WholePathsSortCaseInsensitivelyWithNumbersByValue) {
-    const fs::path first = root_ / "a-folder", second = root_ / "B-folder";
-    for (const char* name : {"B-folder/1.jpg", "a-folder/sub10/x.jpg", "a-folder/sub9/x.jpg", "a-folder/B.png",
-                             "a-folder/img10.jpg", "a-folder/a.JPG", "a-folder/img2.jpg", "a-folder/9.jpg",
-                             "a-folder/\xc3\xa9t\xc3\xa9.jpg", "a-folder/f.jpg"})
-        file(name);
-    EXPECT_EQ(ImageImport::expand({second, first}, {}, kNoLimit).urls,
-              (Paths{first / "9.jpg", first / "a.JPG", first / "B.png", first / "\xc3\xa9t\xc3\xa9.jpg",
-                     first / "f.jpg", first / "img2.jpg", first / "img10.jpg", first / "sub9/x.jpg",
-                     first / "sub10/x.jpg", second / "1.jpg"}));
-    const fs::path upper = file("IMG.jpg"), lower = file("img.jpg");
-    EXPECT_EQ(ImageImport::expand({upper, lower}, {}, kNoLimit).urls, (Paths{upper, lower}));
-    EXPECT_EQ(ImageImport::expand({lower, upper}, {}, kNoLimit).urls, (Paths{lower, upper}));
-}
-
-// A stopped scan never starts; a stop between two entries of a folder ends the walk there,
-// with nothing handed back.
-TEST_F(ImageImportTest, CancelledScanEndsWithCancellation) {
-    const fs::path photos = root_ / "photos";
-    for (const char* name : {"photos/a.jpg", "photos/b.jpg", "photos/c.jpg"}) file(name);
-    std::stop_source stop;
-    stop.request_stop();
-    EXPECT_THROW(ImageImport::expand({photos}, {}, kNoLimit, stop.get_token()), CancellationError);
-    EXPECT_THROW(ImageImport::expand({photos / "a.jpg"}, {}, kNoLimit, stop.get_token()), CancellationError);
-    std::stop_source midway;
-    int checks = 0;  // the folder itself, then one per entry
-    const CancellationCheckHook stopAtSecondEntry([&] {
-        if (++checks == 3) midway.request_stop();
-    });
-    EXPECT_THROW(ImageImport::expand({photos}, {}, kNoLimit, midway.get_token()), CancellationError);
-    EXPECT_EQ(checks, 3);
 }
 
 }  // namespace

@@ -65,7 +65,7 @@ void expectSameCopy(const std::filesystem::path& path, const FitSettings& settin
     try {
         const FitResult fitted = ImageFitter::fit(path, settings, CropPosition::center());
         ASSERT_TRUE(walked.has_value()) << "the engine found a copy where none fits";
-        EXPECT_EQ(sizeOf(fitted), sizeOf(*walked));
+        EXPECT_EQ(std::pair(fitted.width, fitted.height), std::pair(walked->width, walked->height));
         EXPECT_EQ(fitted.data.size(), walked->data.size());
         EXPECT_TRUE(fitted.data == walked->data) << "same size, but not the same file";
     } catch (const FitError& error) {
