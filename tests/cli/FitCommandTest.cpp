@@ -69,7 +69,6 @@ TEST(FitArguments, OptionsBecomeRequirementsOrAreRefusedByName) {
         {{"--recipe", "Square thumbnail", "--exact", "0X0"}, "200000 bytes, edge 2560, jpeg, exact 0x0, crop 0.5,0.5"},
         {{"--kb", "1e3"}, notNumber("--kb", "1e3")},
         {{"--exact", "600"}, "--exact expects WIDTHxHEIGHT, like 600x800, not \u201c600\u201d"},
-        {{"--exact", "600x"}, notNumber("--exact", "")},
         {{"--format", "JPEG"}, "--format expects auto, jpeg or png, not \u201cJPEG\u201d"},
         {{"--jobs", "65"}, "--jobs expects 1 to 64, not \u201c65\u201d"},
         {{"--recipe", "web photo"}, "--recipe expects one of \u201cWeb photo\u201d, \u201cSquare thumbnail\u201d, "
@@ -235,7 +234,6 @@ TEST(ProgressBar, DrawsOneShortLineAndWipesOnlyWhatItDrew) {
     bar.clear();
     bar.clear();
     EXPECT_EQ(err.str(), "\r\x1b[K");
-    EXPECT_EQ(elapsedText(std::chrono::seconds(0)), "0:00");
     EXPECT_EQ(elapsedText(std::chrono::seconds(65)), "1:05");
     EXPECT_EQ(elapsedText(std::chrono::seconds(3599)), "59:59");
     EXPECT_EQ(elapsedText(std::chrono::seconds(3661)), "1:01:01");

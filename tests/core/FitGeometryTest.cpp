@@ -27,30 +27,20 @@ TEST(SizeModeGeometry, DecodeEdgeAndShrinkSteps) {
 // The decode covers the frame with a margin; sources too small on either side are refused, and
 // the processing limit counts decoded pixels: exactly 64 MP passes, one column more does not.
 TEST(ExactGeometry, DecodeVerdictAndEdge) {
-    struct Case {
-        PixelSize stored;
-        std::optional<int> orientation;
-        PixelSize frame;
-        Verdict verdict;
-        std::int64_t decodeEdge = 0;
-    };
-    const Case cases[] = {
+    const std::tuple<PixelSize, std::optional<int>, PixelSize, Verdict, std::int64_t> cases[] = {
         {{4'000, 3'000}, 1, {1'080, 1'080}, Verdict::fits, 1'442},  // 0.36 × 4,000 + 2
         {{4'000, 3'000}, 6, {3'000, 4'000}, Verdict::fits, 4'000},  // sideways: shown 3,000 × 4,000
-        {{4'000, 3'000}, 1, {3'000, 4'000}, Verdict::sourceTooSmall},
-        {{1'000, 800}, std::nullopt, {1'200, 600}, Verdict::sourceTooSmall},
-        {{20'000, 4'000}, std::nullopt, {4'096, 4'000}, Verdict::processingLimit},
+        {{4'000, 3'000}, 1, {3'000, 4'000}, Verdict::sourceTooSmall, 0},
+        {{1'000, 800}, std::nullopt, {1'200, 600}, Verdict::sourceTooSmall, 0},
+        {{20'000, 4'000}, std::nullopt, {4'096, 4'000}, Verdict::processingLimit, 0},
         {{16'000, 4'000}, std::nullopt, {4'096, 4'000}, Verdict::fits, 16'000},
-        {{16'001, 4'000}, std::nullopt, {4'096, 4'000}, Verdict::processingLimit},
+        {{16'001, 4'000}, std::nullopt, {4'096, 4'000}, Verdict::processingLimit, 0},
     };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(std::to_string(c.stored.width) + " x " + std::to_string(c.stored.height) + " into " +
-                     std::to_string(c.frame.width) + " x " + std::to_string(c.frame.height));
-        const ExactDecode decode = exactDecode(c.stored, c.orientation, c.frame);
-        EXPECT_EQ(decode.verdict, c.verdict);
-        if (c.verdict == Verdict::fits) {
-            EXPECT_EQ(decode.decodeEdge, c.decodeEdge);
-        }
+    for (const auto& [stored, orientation, frame, verdict, edge] : cases) {
+        const ExactDecode decode = exactDecode(stored, orientation, frame);
+        const std::string trace = std::to_string(stored.width) + " into " + std::to_string(frame.width);
+        EXPECT_EQ(decode.verdict, verdict) << trace;
+        EXPECT_EQ(decode.verdict == Verdict::fits ? decode.decodeEdge : 0, edge) << trace;
     }
 }
 

@@ -62,8 +62,6 @@ TEST_F(ImageImportTest, FolderYieldsItsImagesInEveryExtensionAndCase) {
     std::sort(expected.begin(), expected.end());
     EXPECT_EQ(sortedNames(selection), expected);
     EXPECT_EQ(selection.skipped, 6);  // notes.txt, README, trailing-dot., link.jpg, loop, pipe.jpg
-    EXPECT_EQ(selection.unreadable, 0);
-    EXPECT_FALSE(selection.stoppedAtLimit);
 }
 
 // A file named directly is taken whatever its extension, hidden or missing, once, in standard
@@ -82,8 +80,6 @@ TEST_F(ImageImportTest, NamedFilesAreTakenOnceAndLinksSkipped) {
         {inBatch}, kNoLimit);
     EXPECT_EQ(selection.urls, (Paths{hidden, missing, notes, a, b}));
     EXPECT_EQ(selection.skipped, 3);  // shortcut, shortcut/ and alias.jpg
-    EXPECT_EQ(ImageImport::expand({fs::path()}, {}, kNoLimit), ImportSelection{});
-    EXPECT_EQ(ImageImport::standardized("x.jpg"), fs::current_path() / "x.jpg");
     EXPECT_EQ(ImageImport::standardized(root_ / "shortcut/./b/../a.jpg/"), root_ / "shortcut/a.jpg");
 }
 
