@@ -3,7 +3,9 @@
 // What every test program shares: the image corpus, scratch folders, synthetic images and
 // files. Include the test framework's header (<gtest/gtest.h> or <QTest>) before this one.
 
+#include <signal.h>
 #include <stdlib.h>
+#include <sys/resource.h>
 
 #include <algorithm>
 #include <cstdint>
@@ -24,7 +26,6 @@
 #include "VipsRuntime.h"
 #pragma pop_macro("signals")
 
-#include "FileSizeLimit.h"
 
 namespace parcelo::test {
 
@@ -57,6 +58,30 @@ public:
 
 private:
     std::filesystem::path path_;
+};
+
+// While it lives, no file of this process (or of a process it starts) can grow past `bytes`:
+// a write past the limit fails with "File too large" instead of raising SIGXFSZ, as when the
+// disk or the user's quota fills up midway through a file.
+class FileSizeLimit {
+public:
+    explicit FileSizeLimit(rlim_t bytes) {
+        if (::getrlimit(RLIMIT_FSIZE, &previous_) != 0) throw std::runtime_error("cannot read the file size limit");
+        previousSignal_ = ::signal(SIGXFSZ, SIG_IGN);
+        rlimit limited = previous_;
+        limited.rlim_cur = bytes;
+        if (::setrlimit(RLIMIT_FSIZE, &limited) != 0) throw std::runtime_error("cannot set the file size limit");
+    }
+    ~FileSizeLimit() {
+        ::setrlimit(RLIMIT_FSIZE, &previous_);
+        ::signal(SIGXFSZ, previousSignal_);
+    }
+    FileSizeLimit(const FileSizeLimit&) = delete;
+    FileSizeLimit& operator=(const FileSizeLimit&) = delete;
+
+private:
+    rlimit previous_{};
+    sighandler_t previousSignal_ = SIG_DFL;
 };
 
 // Detailed, photo-like content: smooth gradients plus noise, so JPEG sizes respond to quality.

@@ -2,6 +2,7 @@
 // them, and their stored form.
 #include <cmath>
 #include <limits>
+#include <set>
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
