@@ -5,6 +5,7 @@
 #include <QtTest>
 
 #include "AppTestSupport.h"
+#include "WorkingFolder.h"
 
 using namespace parcelo;
 using namespace parcelo::test;
@@ -116,6 +117,26 @@ private slots:
         QCOMPARE(model.readyCount(), 3);
     }
 
+    // TMPDIR names a file, so no working folder can be made: every image fails with the reason
+    // and the run goes on. A folder or link planted at the working folder's name is refused and left as it was.
+    void withoutAWorkingFolderEveryImageFailsAndTheRunGoesOn() {
+        ModelSandbox sandbox;
+        const QString blocker = sandbox.path(QStringLiteral("blocker")), files = sandbox.path(QStringLiteral("files"));
+        writeText(blocker, "a file where a folder should be");
+        qputenv("TMPDIR", QFile::encodeName(blocker));
+        AppModel& model = sandbox.model();
+        QCOMPARE(model.message(), QStringLiteral("Couldn’t create a working folder: Not a directory"));
+        QVERIFY(addAndLoad(model, photos(sandbox, 2)));
+        QVERIFY(runFit(model));
+        for (const auto& item : model.items()) QCOMPARE(item.state, QStringLiteral("Not a directory"));
+        QCOMPARE(model.message(), QStringLiteral("0 ready to save. 2 couldn’t fit; see each image for details."));
+
+        const QString link = sandbox.path(QStringLiteral("tmp/Parcelo-link"));
+        QVERIFY(QFile::link(files, link));
+        for (const QString& planted : {files, link}) QCOMPARE(WorkingFolder::create(planted), QStringLiteral("File exists"));
+        QCOMPARE(modeOf(files), modeOf(sandbox.path(QStringLiteral("tmp"))));  // as made beside it, not made private
+    }
+
     // ---- Saving and the working folder ----
     void copiesAreSavedUnderTheOriginalsNamesNeverOverwritingAndRemovingOrClearingDeletesThem() {
         ModelSandbox sandbox;
@@ -178,6 +199,33 @@ private slots:
         QVERIFY(exportInto(model, folder));
         QCOMPARE(model.message(), QStringLiteral("Saved 1 of 2. ") + noisy);
         QCOMPARE(bytesOf(QDir(folder).filePath(QStringLiteral("flat-parcelo.jpg"))), bytesOf(*model.items()[0].output));
+    }
+
+    // ---- Inspection copies ----
+    void everyInspectionMakesAFreshCopyWithAShortStemUntilTheCopyIsGone() {
+        ModelSandbox sandbox;
+        AppModel& model = sandbox.model();
+        const QString source = sandbox.file(QString(60, u'n') + QStringLiteral(".jpg"));
+        writeImage(source, photoLike(300, 200));
+        QVERIFY(addAndLoad(model, {source}));
+        const QUuid id = model.items()[0].id;
+        for (const QUuid& without : {id, QUuid::createUuid()})  // not yet fitted; no such image
+            QCOMPARE(model.inspectionCopy(without).error, QStringLiteral("No such file or directory"));
+        QVERIFY(runFit(model));
+        QSignalSpy opened(&model, &AppModel::openExternallyRequested);
+        for (int i = 0; i < 2; ++i) model.inspect(uuidText(id));
+        QCOMPARE(opened.count(), 2);
+        QVERIFY(opened[0] != opened[1]);
+        for (const auto& request : opened) {
+            const QFileInfo copy(request.first().toUrl().toLocalFile());
+            QCOMPARE(copy.absolutePath(), QDir(model.cache()).filePath(QStringLiteral("Inspection")));
+            QVERIFY(!QUuid(copy.fileName().left(36)).isNull());
+            QCOMPARE(copy.fileName().mid(36), QStringLiteral("-%1.jpg").arg(QString(40, u'n')));
+            QCOMPARE(bytesOf(copy.filePath()), bytesOf(*model.items()[0].output));
+        }
+        QVERIFY(QFile::remove(*model.items()[0].output));  // the fitted copy deleted behind the model's back
+        model.inspect(uuidText(id));
+        QCOMPARE(model.message(), QStringLiteral("Couldn’t open an inspection copy: No such file or directory"));
     }
 
     // ---- Crops ----
