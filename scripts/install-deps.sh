@@ -8,8 +8,8 @@ packages=(
   cmake g++ make pkg-config
   # engine
   libvips-dev libvips-tools libicu-dev nlohmann-json3-dev
-  # tests (the view tests draw through OpenGL on a virtual X server)
-  libgtest-dev libgmock-dev xvfb
+  # tests (the view tests draw through OpenGL on a virtual X server; zlib checksums hand-made PNGs)
+  libgtest-dev libgmock-dev xvfb zlib1g-dev
   # application
   qt6-base-dev qt6-declarative-dev qml6-module-qtquick qml6-module-qtquick-controls
   qml6-module-qtquick-dialogs qml6-module-qtquick-layouts qml6-module-qtquick-templates

@@ -1,6 +1,10 @@
 // The fitter on synthetic images made for each edge: what it refuses, the copy it makes, where
 // the pixels land and what its check after the fit accepts; then how the copy is saved beside
 // others: never over an existing file, nothing left when it fails.
+#include <barrier>
+#include <set>
+#include <thread>
+
 #include <gtest/gtest.h>
 #include <zlib.h>
 
@@ -196,6 +200,25 @@ TEST(ImageExport, RepeatedSavesAreNumberedNeverOverwritten) {
     for (const auto& [extension, source, saved] : saves)
         EXPECT_EQ(ImageFitter::exportResult(copyOf(extension, saved), source, folder.path()), folder / saved);
     for (const auto& [extension, source, saved] : saves) EXPECT_EQ(contents(folder / saved), saved);
+}
+
+// Two saves racing for the same name (two windows, or the app and a script, saving into one
+// folder) each end under a name of their own: no copy is lost under another.
+TEST(ImageExport, SavesRacingIntoOneFolderNeverOverwriteEachOther) {
+    ScratchFolder folder;
+    constexpr int kRounds = 200;
+    std::barrier start(2);  // each round, both saves set off together for the same name
+    auto saveAll = [&](char who) {
+        for (int round = 0; round < kRounds; ++round) {
+            start.arrive_and_wait();
+            ImageFitter::exportResult(copyOf("jpg", who + std::to_string(round)), std::to_string(round) + ".png",
+                                      folder.path());
+        }
+    };
+    { std::jthread first(saveAll, 'a'), second(saveAll, 'b'); }
+    std::set<std::string> saved;
+    for (const fs::path& copy : filesIn(folder.path())) saved.insert(contents(copy));
+    EXPECT_EQ(saved.size(), 2u * kRounds);
 }
 
 // Other failures than a taken name arrive at once; after 10,000 taken names it gives up.

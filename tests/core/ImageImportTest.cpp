@@ -1,14 +1,52 @@
 // The folder scan: what a selection of files and folders yields.
 #include "ImageImport.h"
 
+#include <dirent.h>
+#include <dlfcn.h>
 #include <sys/stat.h>
 
 #include <algorithm>
+#include <cerrno>
+#include <limits>
 #include <string>
 
 #include <gtest/gtest.h>
 
 #include "TestSupport.h"
+
+// Reading a folder's listing can fail midway, as on a failing disk or a network share that goes
+// away. The scan reads listings with readdir; this one, in place of the C library's, makes the
+// reads of one folder fail with EIO once `after` named entries have been handed out.
+namespace {
+
+struct ListingFailure {
+    struct stat folder {};
+    int after = 0;
+    int failedReads = 0;  // in a row, before the listing reads on
+    int named = 0;
+};
+ListingFailure* listingFailure = nullptr;
+
+bool failsToList(DIR* listing) {
+    struct stat folder {};
+    return listingFailure != nullptr && ::fstat(::dirfd(listing), &folder) == 0 &&
+           folder.st_dev == listingFailure->folder.st_dev && folder.st_ino == listingFailure->folder.st_ino;
+}
+
+}  // namespace
+
+extern "C" dirent* readdir(DIR* listing) {
+    static const auto readNext = reinterpret_cast<dirent* (*)(DIR*)>(::dlsym(RTLD_NEXT, "readdir"));
+    if (!failsToList(listing)) return readNext(listing);
+    if (listingFailure->named == listingFailure->after && listingFailure->failedReads > 0) {
+        --listingFailure->failedReads;
+        errno = EIO;
+        return nullptr;
+    }
+    dirent* entry = readNext(listing);
+    if (entry != nullptr && entry->d_name[0] != '.') ++listingFailure->named;
+    return entry;
+}
 
 namespace parcelo {
 namespace {
@@ -81,6 +119,24 @@ TEST_F(ImageImportTest, NamedFilesAreTakenOnceAndLinksSkipped) {
     EXPECT_EQ(selection.urls, (Paths{hidden, missing, notes, a, b}));
     EXPECT_EQ(selection.skipped, 3);  // shortcut, shortcut/ and alias.jpg
     EXPECT_EQ(ImageImport::standardized(root_ / "shortcut/./b/../a.jpg/"), root_ / "shortcut/a.jpg");
+}
+
+// A failed read of a listing is counted once and the folder read on; a folder whose reads keep
+// failing is left, and the walk goes on with the next one.
+TEST_F(ImageImportTest, AFolderWhoseListingFailsMidwayIsReadOn) {
+    for (const char* name : {"photos/a.jpg", "photos/b.jpg", "photos/c.jpg", "photos/d.jpg", "photos/e.jpg", "next/f.jpg"})
+        file(name);
+    struct Case { int failedReads; std::size_t found; std::int64_t unreadable; };
+    for (const Case& c : {Case{1, 6, 1}, Case{std::numeric_limits<int>::max(), 3, 2}}) {
+        SCOPED_TRACE(c.failedReads);
+        ListingFailure failure{{}, 2, c.failedReads};
+        ASSERT_EQ(::stat((root_ / "photos").c_str(), &failure.folder), 0);
+        listingFailure = &failure;
+        const ImportSelection selection = ImageImport::expand({root_ / "photos", root_ / "next"}, {}, kNoLimit);
+        listingFailure = nullptr;
+        EXPECT_EQ(selection.urls.size(), c.found);
+        EXPECT_EQ(selection.unreadable, c.unreadable);
+    }
 }
 
 }  // namespace
