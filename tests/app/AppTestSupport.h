@@ -16,11 +16,7 @@
 #include <QTest>
 #include <QUrl>
 
-// GLib, under libvips, names a member `signals`, which Qt defines as a keyword.
-#pragma push_macro("signals")
-#undef signals
 #include "TestSupport.h"
-#pragma pop_macro("signals")
 
 #include "AppModel.h"
 #include "CancellationCheck.h"
