@@ -41,13 +41,12 @@ bool SingleInstance::forward(const QStringList& paths, const QString& name) {
 bool SingleInstance::listen(const QString& name) {
     server_.setSocketOptions(QLocalServer::UserAccessOption);
     connect(&server_, &QLocalServer::newConnection, this, &SingleInstance::accept, Qt::UniqueConnection);
-    if (server_.listen(name)) return true;
-    if (server_.serverError() != QAbstractSocket::AddressInUseError) return false;
-    // Someone may have started listening since our launch looked; only a silent socket is stale.
+    // Listening with access options replaces whatever is at the name, the socket of a live
+    // instance too (one started since our launch looked). Only a socket nobody answers on, left
+    // by an instance that crashed, may go.
     QLocalSocket probe;
     probe.connectToServer(name);
     if (probe.waitForConnected(kAnswerTimeoutMs)) return false;
-    QLocalServer::removeServer(name);
     return server_.listen(name);
 }
 

@@ -21,8 +21,9 @@ public:
     // Hands `paths` to a running instance; true when one answered that it took them.
     [[nodiscard]] static bool forward(const QStringList& paths, const QString& name = serverName());
 
-    // Starts taking the files of later launches. A socket left behind by an instance that
-    // crashed (nobody answers on it) is removed first. False when listening is impossible.
+    // Starts taking the files of later launches, in place of a socket left behind by an instance
+    // that crashed (nobody answers on it). False when another instance answers on the socket, or
+    // listening is impossible.
     bool listen(const QString& name = serverName());
 
 signals:

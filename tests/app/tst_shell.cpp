@@ -1,10 +1,16 @@
 // The application shell: files opened from the desktop, one instance per session, the menus,
 // the dialogs, and the working folder that goes when Parcelo ends however it ends.
 
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+
 #include <csignal>
 
 #include <QDesktopServices>
+#include <QDataStream>
 #include <QFileSystemWatcher>
+#include <QLocalSocket>
 #include <QProcess>
 #include <QQuickWindow>
 #include <QtQml/qqmlextensionplugin.h>
@@ -12,6 +18,7 @@
 
 #include "AppLinks.h"
 #include "ParceloApp.h"
+#include "SingleInstance.h"
 #include "ViewTestSupport.h"
 
 Q_IMPORT_QML_PLUGIN(ParceloPlugin)
@@ -118,6 +125,31 @@ private slots:
         QVERIFY2(!QFileInfo::exists(cache), qPrintable(cache));
         qunsetenv("XDG_RUNTIME_DIR");
         qunsetenv("XDG_CONFIG_HOME");
+    }
+
+    // Two launches at once both find no instance and both listen: the later one must leave the
+    // live instance its socket, or the files of every later launch would bypass its window. A
+    // socket nobody answers on, left by a crash, is taken over.
+    void aLiveInstanceKeepsItsSocketAndALeftOverOneIsTakenOver() {
+        ModelSandbox sandbox;
+        const QString name = sandbox.path(u"parcelo.socket"_s);
+        {
+            SingleInstance live, late;
+            QVERIFY(live.listen(name));
+            QVERIFY(!late.listen(name));
+            QSignalSpy received(&live, &SingleInstance::filesReceived);
+            QLocalSocket launch;
+            launch.connectToServer(name);
+            QDataStream out(&launch);
+            out << QStringList{u"/photos/a.jpg"_s};
+            QVERIFY(received.wait(10'000));
+        }
+        sockaddr_un address{AF_UNIX, {}};
+        qstrncpy(address.sun_path, QFile::encodeName(name).constData(), sizeof address.sun_path);
+        const int crashed = ::socket(AF_UNIX, SOCK_STREAM, 0);
+        QCOMPARE(::bind(crashed, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
+        ::close(crashed);  // the file stays, and nobody answers on it
+        QVERIFY(SingleInstance().listen(name));
     }
 
     // A logout (SIGTERM), Ctrl+C or a closed terminal ends Parcelo as closing its window does.
