@@ -1,3 +1,6 @@
+# SPDX-FileCopyrightText: 2026 The Parcelo developers
+# SPDX-License-Identifier: GPL-3.0-or-later
+
 # Two commands: `make run` builds and starts Parcelo, `make test` builds and runs every test.
 BUILD_DIR ?= build
 # The model's tests run a second time here, under AddressSanitizer and UndefinedBehaviorSanitizer.

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Parcelo developers
+// SPDX-License-Identifier: GPL-3.0-or-later
+
 // A full batch of JPEG photos in the real window over a real model: how long after `add` the
 // whole list is on screen, how fast the thumbnails come in, and the application's peak memory.
 //

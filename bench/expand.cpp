@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Parcelo developers
+// SPDX-License-Identifier: GPL-3.0-or-later
+
 // parcelo-expand: how long Parcelo takes to expand a dropped folder at the largest size one
 // selection may have. Builds a tree of 19,999 entries (subfolders, images and other files) in
 // a temporary folder, expands it several times and prints the fastest and the median time.

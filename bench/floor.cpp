@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Parcelo developers
+// SPDX-License-Identifier: GPL-3.0-or-later
+
 // parcelo-floor: the least work any tool could do to make a given copy of an image, so that
 // Parcelo's time can be set against it. One shrink-on-load decode straight to the copy's size
 // (orientation applied, converted to sRGB), one encode — no search, no second size, no check.

@@ -1,4 +1,7 @@
 #!/usr/bin/env bash
+# SPDX-FileCopyrightText: 2026 The Parcelo developers
+# SPDX-License-Identifier: GPL-3.0-or-later
+
 # Parcelo's peak memory on the largest photo it accepts: a 10,000 × 10,000 JPEG (100 megapixels,
 # made here once at quality 90) fitted at its original size (capped at 8,192 px) into 1,000 KB.
 # A second, flat 100-megapixel JPEG fitted into 2,000 KB keeps its copy at 8,192 × 8,192: the

@@ -1,4 +1,7 @@
 #!/usr/bin/env bash
+# SPDX-FileCopyrightText: 2026 The Parcelo developers
+# SPDX-License-Identifier: GPL-3.0-or-later
+
 # Parcelo side by side with ImageMagick and with the floor (the least work any tool could do for
 # the same copies), on the same images in the same run; then Parcelo's peak memory on a
 # 100-megapixel photo, a two-worker folder run, and the expansion of a 19,999-entry folder tree.

@@ -1,3 +1,6 @@
+# SPDX-FileCopyrightText: 2026 The Parcelo developers
+# SPDX-License-Identifier: GPL-3.0-or-later
+
 # `make package`: a Debian package of Parcelo. The shared libraries it links come from
 # dpkg-shlibdeps; what it loads at run time without linking (QML modules, the platform and
 # image plugins, the icons and the font) is named here.

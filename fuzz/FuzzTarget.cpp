@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Parcelo developers
+// SPDX-License-Identifier: GPL-3.0-or-later
+
 // libFuzzer entry point of one fuzzer; PARCELO_FUZZ_CHECK names the check it feeds (see fuzz/README.md).
 #include <cstdlib>
 

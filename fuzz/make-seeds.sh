@@ -1,4 +1,7 @@
 #!/usr/bin/env bash
+# SPDX-FileCopyrightText: 2026 The Parcelo developers
+# SPDX-License-Identifier: GPL-3.0-or-later
+
 # Makes the fuzzers' seed inputs from the image corpus: small copies of every image, in its own
 # format with its metadata (orientation, colour profile, alpha, bit depth, frames), the first
 # bytes of every refused or damaged file, and the stored forms of requirements and recipes.

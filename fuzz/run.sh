@@ -1,4 +1,7 @@
 #!/usr/bin/env bash
+# SPDX-FileCopyrightText: 2026 The Parcelo developers
+# SPDX-License-Identifier: GPL-3.0-or-later
+
 # Runs each fuzzer in turn, at low priority, for SECONDS each, growing its corpus in the build
 # folder, then replays that corpus to check that nothing but libFuzzer itself printed a line.
 # Usage: fuzz/run.sh BUILD_DIR CORPUS_DIR SECONDS [TARGET...]   (targets: source fit stored)

@@ -1,4 +1,7 @@
 #!/usr/bin/env bash
+# SPDX-FileCopyrightText: 2026 The Parcelo developers
+# SPDX-License-Identifier: GPL-3.0-or-later
+
 # Installs the Debian packages that Parcelo needs to build, test, run and benchmark.
 # Does nothing when every package is already present.
 set -euo pipefail

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Parcelo developers
+// SPDX-License-Identifier: GPL-3.0-or-later
+
 // Adding images to the batch: direct files, folder expansion and the thumbnail pass.
 
 #include <filesystem>

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Parcelo developers
+// SPDX-License-Identifier: GPL-3.0-or-later
+
 // The requirement half of the model: the editable requirements, their FitSettings and
 // summary, their persistence, and the recipe library.
 

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Parcelo developers
+// SPDX-License-Identifier: GPL-3.0-or-later
+
 // parcelo-fit: makes upload-ready copies of images from the command line.
 #include <unistd.h>
 

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Parcelo developers
+// SPDX-License-Identifier: GPL-3.0-or-later
+
 // The fit run, saving fitted copies, the working folder, crops and inspection copies.
 
 #include <sys/stat.h>

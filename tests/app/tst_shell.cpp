@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Parcelo developers
+// SPDX-License-Identifier: GPL-3.0-or-later
+
 // The application shell: files opened from the desktop, one instance per session, the menus,
 // the dialogs, and the working folder that goes when Parcelo ends however it ends.
 

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Parcelo developers
+// SPDX-License-Identifier: GPL-3.0-or-later
+
 // The settings sidebar over a real model, offscreen: what the user types and
 // clicks reaches the model, and what the model holds is what the sidebar shows.
 

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Parcelo developers
+// SPDX-License-Identifier: GPL-3.0-or-later
+
 // The workspace over a real model, offscreen: drops, the image list, the footer's actions, the
 // preview stage and the crop editor, and one batch driven through the whole window.
 

@@ -1,4 +1,7 @@
 #!/usr/bin/env bash
+# SPDX-FileCopyrightText: 2026 The Parcelo developers
+# SPDX-License-Identifier: GPL-3.0-or-later
+
 # Runs a view test beside an X server of its own. Offscreen, Qt Quick draws with its software
 # renderer, which leaves out shader effects (shadows, gradients); with an X display the offscreen
 # platform renders through OpenGL (Mesa's llvmpipe), so screenshots show what a user sees.

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Parcelo developers
+// SPDX-License-Identifier: GPL-3.0-or-later
+
 // parcelo-fit as a user runs it: its own process, real images, real signals, a disk that fills up.
 #include <fcntl.h>
 #include <signal.h>

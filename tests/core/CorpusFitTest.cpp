@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Parcelo developers
+// SPDX-License-Identifier: GPL-3.0-or-later
+
 // Every file of the corpus against what its manifest says about it: supported images become
 // clean, upright sRGB copies that look like their reference view; the others are refused.
 #include <fstream>

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Parcelo developers
+// SPDX-License-Identifier: GPL-3.0-or-later
+
 // The sizes a fit decodes, tries and cuts, as plain arithmetic on whole pixels.
 #include <gtest/gtest.h>
 

@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Parcelo developers
+// SPDX-License-Identifier: GPL-3.0-or-later
+
 // Every input with which a fuzzer (or a hand-made hostile file) once found a fault, fed again to
 // the checks it broke. A file named "{outcome}--{what it found}" must also end in that outcome:
 // "unreadable--png-text-chunk-claiming-750-mb.png" must be refused, not just survived. None may

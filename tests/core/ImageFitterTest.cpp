@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Parcelo developers
+// SPDX-License-Identifier: GPL-3.0-or-later
+
 // The fitter on synthetic images made for each edge: what it refuses, the copy it makes, where
 // the pixels land and what its check after the fit accepts; then how the copy is saved beside
 // others: never over an existing file, nothing left when it fails.

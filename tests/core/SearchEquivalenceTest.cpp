@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Parcelo developers
+// SPDX-License-Identifier: GPL-3.0-or-later
+
 // The engine takes shortcuts to its copy (guessed sizes, interpolated qualities, skipped
 // encodes). These tests walk the search step by step, the long way, on the same decoded
 // pixels and check that both arrive at the very same file.

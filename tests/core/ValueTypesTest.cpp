@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Parcelo developers
+// SPDX-License-Identifier: GPL-3.0-or-later
+
 // The values the engine, the app and the command line pass around, the recipes that name
 // them, and their stored form.
 #include <cmath>

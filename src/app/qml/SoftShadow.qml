@@ -1,3 +1,6 @@
+// SPDX-FileCopyrightText: 2026 The Parcelo developers
+// SPDX-License-Identifier: GPL-3.0-or-later
+
 import QtQuick
 
 // A soft shadow under a rounded shape of the same size: layers of growing, fainter rounded
