@@ -24,6 +24,8 @@ packages=(
   qml6-module-qt-labs-folderlistmodel
   # desktop integration: validators for the desktop entry and AppStream data, the .deb's dependencies
   desktop-file-utils appstream dpkg-dev
+  # what a distribution checks: every file's licence, the package
+  reuse lintian
   # benchmarks and test tools
   imagemagick time jq
   # fuzzing (make fuzz): libFuzzer and the sanitizers' runtime come with clang
