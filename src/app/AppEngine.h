@@ -11,10 +11,10 @@
 namespace parcelo {
 
 // The window that shows Parcelo, as the QML module stores it.
-inline const QUrl kMainWindowUrl{QStringLiteral("qrc:/qt/qml/Parcelo/qml/Main.qml")};
+inline const QUrl kMainWindowUrl{QStringLiteral("qrc:/qt/qml/Parcelo/Main.qml")};
 
 // The folder of the QML module's files inside the resources, for loading one view alone.
-inline const QString kViewsFolder = QStringLiteral("qrc:/qt/qml/Parcelo/qml/");
+inline const QString kViewsFolder = QStringLiteral("qrc:/qt/qml/Parcelo/");
 
 // Makes `model` the `AppModel` singleton of `Parcelo.Model` for this engine, and serves the
 // images the views ask the model for. The application and the view tests prepare engines alike,

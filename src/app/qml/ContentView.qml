@@ -5,7 +5,7 @@ import QtQuick
 import QtQuick.Layouts
 import Parcelo.Model
 import Parcelo.Style
-import Parcelo.Style as Style
+import Parcelo
 
 // The whole content of the window: the settings sidebar, a hairline, and the workspace column
 // with its header, the empty state or the batch, and the footer. Accepts dropped files and
@@ -39,13 +39,13 @@ Item {
             objectName: "hairline"
             Layout.preferredWidth: 1
             Layout.fillHeight: true
-            color: Qt.alpha(Style.Palette.ink, 0.07)
+            color: Qt.alpha(Theme.ink, 0.07)
         }
 
         Rectangle {
             Layout.fillWidth: true
             Layout.fillHeight: true
-            color: Style.Palette.paper
+            color: Theme.paper
 
             ColumnLayout {
                 anchors.fill: parent

@@ -5,6 +5,7 @@ import QtQuick
 import QtQuick.Controls
 import QtQuick.Dialogs
 import Parcelo.Model
+import Parcelo
 
 // The one window: its menus, the workspace, the open and save dialogs the model asks for, and the
 // About box.

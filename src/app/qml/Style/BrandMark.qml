@@ -2,7 +2,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 
 import QtQuick
-import Parcelo.Style as Style
 import Qt5Compat.GraphicalEffects as Effects
 
 // Parcelo's square mark: a coral-to-violet tile with a pair of inward-pointing arrows.
@@ -29,9 +28,9 @@ Item {
         start: Qt.point(0, 0)
         end: Qt.point(root.size, root.size)
         gradient: Gradient {
-            GradientStop { position: 0.0; color: Style.Palette.coral }
-            GradientStop { position: 0.5; color: Qt.rgba(0.9, 0.38, 0.65, 1) }
-            GradientStop { position: 1.0; color: Style.Palette.violet }
+            GradientStop { position: 0.0; color: Theme.coral }
+            GradientStop { position: 0.5; color: Theme.orchid }
+            GradientStop { position: 1.0; color: Theme.violet }
         }
     }
 

@@ -2,7 +2,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 
 import QtQuick
-import Parcelo.Style as Style
 import QtQuick.Layouts
 
 // A benefit in three lines: a violet symbol, a headline and one explanatory line.
@@ -17,14 +16,14 @@ ColumnLayout {
 
     Symbol {
         name: root.icon
-        color: Style.Palette.violet
+        color: Theme.violet
         size: 16
     }
 
     Text {
         Layout.fillWidth: true
         text: root.title
-        color: Style.Palette.ink
+        color: Theme.ink
         font.pixelSize: 12
         font.weight: Font.DemiBold
         wrapMode: Text.Wrap
@@ -33,7 +32,7 @@ ColumnLayout {
     Text {
         Layout.fillWidth: true
         text: root.detail
-        color: Style.Palette.muted
+        color: Theme.muted
         font.pixelSize: 10
         lineHeightMode: Text.FixedHeight
         lineHeight: Math.ceil(detailMetrics.lineSpacing) + 2

@@ -2,7 +2,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 
 import QtQuick
-import Parcelo.Style as Style
 import QtQuick.Shapes
 
 // One pictogram of Parcelo's symbol set, by its symbol name, in one colour at one size.
@@ -12,7 +11,7 @@ Item {
     id: root
 
     property string name
-    property color color: Style.Palette.ink
+    property color color: Theme.ink
     property real size: 16
 
     // Breeze icon names by symbol name.

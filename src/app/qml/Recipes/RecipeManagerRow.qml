@@ -1,0 +1,64 @@
+// SPDX-FileCopyrightText: 2026 The Parcelo developers
+// SPDX-License-Identifier: GPL-3.0-or-later
+
+import QtQuick
+import QtQuick.Layouts
+import QtQuick.Templates as T
+import Parcelo.Style
+import Parcelo.Model
+
+// A saved recipe: its name applies it, the trash deletes it at once.
+Rectangle {
+    id: root
+
+    required property var modelData
+    signal applied
+
+    implicitHeight: row.implicitHeight + 8
+    radius: 6
+    color: Theme.inset
+
+    RowLayout {
+        id: row
+
+        anchors.fill: parent
+        anchors.leftMargin: 8
+        anchors.rightMargin: 4
+        spacing: 6
+
+        T.Button {
+            objectName: "applyRecipe " + root.modelData.name
+            Layout.fillWidth: true
+            implicitHeight: implicitContentHeight + topPadding + bottomPadding
+            verticalPadding: 4
+            Accessible.name: root.modelData.name
+            opacity: down ? Theme.pressedOpacity : 1.0
+            onClicked: {
+                AppModel.applyRecipe(root.modelData.id)
+                root.applied()
+            }
+            contentItem: Text {
+                text: root.modelData.name
+                color: Theme.ink
+                font.pixelSize: 12
+                elide: Text.ElideRight
+            }
+        }
+        T.Button {
+            objectName: "deleteRecipe " + root.modelData.name
+            implicitWidth: 24
+            implicitHeight: 24
+            Accessible.name: "Delete recipe " + root.modelData.name
+            opacity: down ? Theme.pressedOpacity : 1.0
+            onClicked: AppModel.deleteRecipe(root.modelData.id)
+            contentItem: Item {
+                Symbol {
+                    anchors.centerIn: parent
+                    name: "trash"
+                    color: Theme.secondary
+                    size: 14
+                }
+            }
+        }
+    }
+}

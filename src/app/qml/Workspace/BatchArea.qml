@@ -1,0 +1,62 @@
+// SPDX-FileCopyrightText: 2026 The Parcelo developers
+// SPDX-License-Identifier: GPL-3.0-or-later
+
+import QtQuick
+import QtQuick.Layouts
+import Parcelo.Model
+import Parcelo.Style
+import Parcelo
+
+// The batch: the preview stage of the current image, the verification line, the queue header
+// and the list of images.
+ColumnLayout {
+    id: root
+
+    readonly property bool hasCurrent: AppModel.current.id !== undefined
+    readonly property bool currentFitted: hasCurrent && AppModel.current.output.toString() !== ""
+
+    // The user asked to adjust the crop of the current image.
+    signal adjustCrop()
+
+    spacing: 12
+
+    PreviewStage {
+        visible: root.hasCurrent
+        Layout.fillWidth: true
+        Layout.fillHeight: true
+        Layout.minimumHeight: 140
+        onAdjustCrop: root.adjustCrop()
+    }
+
+    VerificationLine {
+        visible: root.currentFitted
+        Layout.fillWidth: true
+    }
+
+    RowLayout {
+        Layout.fillWidth: true
+        spacing: 8
+
+        Text {
+            objectName: "queueCount"
+            Layout.fillWidth: true
+            text: AppModel.items.count + (AppModel.items.count === 1 ? " IMAGE" : " IMAGES")
+            color: Theme.ink
+            font.pixelSize: 10
+            font.bold: true
+            font.letterSpacing: 1.7
+        }
+        Text {
+            objectName: "savedBytes"
+            visible: AppModel.readyCount >= 1
+            text: AppModel.decimalSize(AppModel.savedBytes) + " lighter"
+            color: Theme.verifiedGreen
+            font.pixelSize: 10
+            font.bold: true
+        }
+    }
+
+    ImageList {
+        Layout.fillWidth: true
+    }
+}

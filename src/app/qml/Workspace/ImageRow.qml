@@ -1,0 +1,151 @@
+// SPDX-FileCopyrightText: 2026 The Parcelo developers
+// SPDX-License-Identifier: GPL-3.0-or-later
+
+import QtQuick
+import QtQuick.Controls
+import QtQuick.Layouts
+import Parcelo.Model
+import Parcelo.Style
+
+// One image of the batch: clicking the row makes it the current image; the cross removes it.
+AbstractButton {
+    id: root
+
+    // The image's roles, as the batch list gives them.
+    required property var model
+    required property int index
+
+    readonly property bool isCurrent: model.id === AppModel.current.id
+    readonly property bool fitted: model.output.toString() !== ""
+
+    objectName: "imageRow" + index
+    hoverEnabled: true
+    padding: 11
+    onClicked: AppModel.selected = model.id
+    // The current image stays in sight, also when a fit run moves on to the next one.
+    onIsCurrentChanged: if (isCurrent) ListView.view.positionViewAtIndex(index, ListView.Contain)
+
+    Accessible.role: Accessible.Button
+    Accessible.name: model.fileName + ", " + model.state
+    Accessible.description: isCurrent ? "Selected" : ""
+    Accessible.selectable: true
+    Accessible.selected: isCurrent
+    ToolTip.visible: hovered && !removeButton.hovered
+    ToolTip.delay: 800
+    ToolTip.text: model.path
+
+    background: Rectangle {
+        radius: 12
+        color: root.isCurrent ? Qt.alpha(Theme.violet, 0.07) : "white"
+    }
+
+    contentItem: RowLayout {
+        spacing: 11
+
+        Item {
+            Layout.preferredWidth: 36
+            Layout.preferredHeight: 36
+
+            Rectangle {
+                anchors.fill: parent
+                radius: 8
+                color: Qt.alpha(Theme.ink, 0.05)
+                clip: true
+
+                Image {
+                    anchors.fill: parent
+                    visible: root.model.thumbnail !== ""
+                    source: root.model.thumbnail
+                    fillMode: Image.PreserveAspectCrop
+                    sourceSize: Qt.size(72, 72)
+                    smooth: true
+                }
+                Symbol {
+                    anchors.centerIn: parent
+                    visible: root.model.thumbnail === ""
+                    name: "photo"
+                    size: 16
+                    color: Theme.muted
+                }
+            }
+            Symbol {
+                objectName: "readyCheck"
+                visible: root.fitted
+                anchors.right: parent.right
+                anchors.bottom: parent.bottom
+                anchors.margins: -4
+                name: "checkmark.circle.fill"
+                size: 16
+                color: Theme.readyGreen
+            }
+        }
+
+        ColumnLayout {
+            Layout.fillWidth: true
+            spacing: 2
+
+            Text {
+                Layout.fillWidth: true
+                text: root.model.fileName
+                color: Theme.ink
+                font.pixelSize: 12
+                font.weight: Font.DemiBold
+                elide: Text.ElideMiddle
+            }
+            Text {
+                objectName: "rowState"
+                Layout.fillWidth: true
+                text: root.model.state
+                color: root.model.failed ? Theme.red : Theme.muted
+                font.pixelSize: 10
+                elide: Text.ElideRight
+            }
+        }
+
+        ColumnLayout {
+            spacing: 2
+
+            Text {
+                Layout.alignment: Qt.AlignRight
+                text: AppModel.decimalSize(root.fitted ? root.model.outputBytes : root.model.inputBytes)
+                color: Theme.ink
+                font.pixelSize: 12
+                font.weight: Font.DemiBold
+            }
+            Text {
+                Layout.alignment: Qt.AlignRight
+                visible: root.fitted
+                text: "from " + AppModel.decimalSize(root.model.inputBytes)
+                color: Theme.muted
+                font.pixelSize: 10
+            }
+        }
+
+        AbstractButton {
+            id: removeButton
+
+            objectName: "removeButton"
+            Layout.preferredWidth: 24
+            Layout.preferredHeight: 24
+            enabled: !AppModel.busy && !AppModel.exporting
+            hoverEnabled: true
+            onClicked: AppModel.remove(root.model.id)
+            Accessible.role: Accessible.Button
+            Accessible.name: "Remove " + root.model.fileName
+
+            contentItem: Item {
+                Symbol {
+                    anchors.centerIn: parent
+                    name: "xmark"
+                    size: 11
+                    color: Theme.muted
+                    opacity: removeButton.enabled ? 1 : Theme.dimmedOpacity
+                }
+            }
+            background: Rectangle {
+                radius: 12
+                color: removeButton.hovered ? Qt.alpha(Theme.ink, 0.06) : "transparent"
+            }
+        }
+    }
+}
