@@ -37,6 +37,9 @@ bool optimiseCoding(const VImage& image) {
     return static_cast<std::int64_t>(image.width()) * image.height() <= kLargestOptimisedJpegPixels;
 }
 
+// The longest string a deflate back-reference can copy.
+constexpr std::int64_t kLongestDeflateMatch = 258;
+
 }  // namespace
 
 int jpegQualitySetting(double quality) {
@@ -55,6 +58,15 @@ std::vector<std::uint8_t> encode(const VImage& image, bool png, double quality) 
         clearVipsError();
         throw FitError(FitError::Case::cannotEncode);
     }
+}
+
+std::int64_t smallestEncodedBytes(geometry::PixelSize size, bool png, bool alpha) {
+    auto blocks = [&](std::int64_t side) { return ((size.width + side - 1) / side) * ((size.height + side - 1) / side); };
+    if (png) {
+        const std::int64_t filteredRows = size.height * (1 + size.width * (alpha ? 4 : 3));
+        return filteredRows / kLongestDeflateMatch * 2 / 8;
+    }
+    return (blocks(8) + 2 * blocks(16)) * 2 / 8;
 }
 
 bool containsTransparency(const VImage& image) {

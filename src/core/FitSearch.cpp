@@ -6,19 +6,22 @@
 #include <algorithm>
 #include <cmath>
 #include <map>
+#include <vector>
 #include <optional>
 
 #include "Encoding.h"
 #include "ImageFitter.h"
 #include "Rendering.h"
 
-// The search is defined as a walk: at each size quality 0.94, else 0.45 and nine bisection
-// steps between them; when even 0.45 is too big, the next smaller size. Two facts let it skip
-// most of that walk and still arrive at the very same file: a higher quality never makes a
-// smaller file, and neither does a larger rendering of the same picture. So the answer is the
-// largest size whose floor-quality file fits, and at that size the highest fitting quality
-// setting; both are found by guessing from the bytes measured so far and closing in on a
-// boundary between a setting (or size) that fits and its neighbour that does not.
+// The search is defined as a walk: the largest size first; at each size quality 0.94, else 0.45
+// and nine bisection steps between them; when even 0.45 is too big, the next smaller size. The
+// engine arrives at the very same file with fewer encodes, using only what holds for every image:
+// a higher quality never makes a smaller file at one size, so 0.45 (or the one PNG) alone decides
+// whether a size can fit, and at the size that fits the highest fitting quality setting is found
+// by guessing from the bytes measured so far. Sizes are not skipped on a guess: a smaller
+// rendering of a crisp graphic is often a larger file, because resampling smears its one-pixel
+// edges. A size is passed over unencoded only when no file of that many pixels could be small
+// enough.
 namespace parcelo::detail {
 
 using geometry::PixelSize;
@@ -38,10 +41,6 @@ constexpr double kTypicalFirstQualityBytesPerPixel = 0.1;
 // How file size follows the quantiser scale and the pixel count when only one size is known.
 constexpr double kTypicalScaleExponent = 0.8;
 constexpr double kTypicalPixelExponent = 0.8;
-// A tight limit is first tried on a size with about this share of the pixels: cheap to encode,
-// and it tells how the picture compresses.
-constexpr double kScoutPixelShare = 0.125;
-
 // One rendered size and what its encodings weigh. Each encoder setting is encoded at most
 // once; only files that fit the limit are kept.
 class SizeTrial {
@@ -157,39 +156,6 @@ Bytes bestAtFittingSize(SizeTrial& trial, bool usePNG, std::int64_t targetBytes,
     return highestFittingJpeg(trial, targetBytes, firstQualityFirst, stopToken);
 }
 
-double pixelsOf(PixelSize size) { return static_cast<double>(size.width) * static_cast<double>(size.height); }
-
-// The first size to encode: the largest when the limit is generous, else a small scout.
-std::size_t firstProbe(const std::vector<PixelSize>& ladder, std::int64_t targetBytes) {
-    if (likelyFitsAtFirstQuality(ladder.front(), targetBytes)) return 0;
-    std::size_t probe = 0;
-    while (probe + 1 < ladder.size() && pixelsOf(ladder[probe]) > pixelsOf(ladder.front()) * kScoutPixelShare)
-        ++probe;
-    return probe;
-}
-
-// The next size to encode, strictly between the smallest known to be too big and the largest
-// known to fit: the largest one expected to fit, from bytes falling as a power of the pixels.
-std::size_t nextProbe(const std::vector<PixelSize>& ladder, const std::map<std::size_t, std::int64_t>& weighed,
-                      std::optional<std::size_t> tooBig, std::size_t fitting, std::int64_t targetBytes) {
-    const auto reference = weighed.find(tooBig ? *tooBig : fitting);
-    const auto other = tooBig && fitting < ladder.size() ? weighed.find(fitting)
-                       : tooBig && reference != weighed.begin() ? std::prev(reference)
-                                                                : std::next(reference);
-    double exponent = kTypicalPixelExponent;
-    if (other != weighed.end() && other->second != reference->second)
-        exponent = std::clamp(std::log(static_cast<double>(other->second) / static_cast<double>(reference->second)) /
-                                  std::log(pixelsOf(ladder[other->first]) / pixelsOf(ladder[reference->first])),
-                              0.3, 1.5);
-    auto expectedBytes = [&](std::size_t index) {
-        return static_cast<double>(reference->second) *
-               std::pow(pixelsOf(ladder[index]) / pixelsOf(ladder[reference->first]), exponent);
-    };
-    std::size_t probe = tooBig ? *tooBig + 1 : 0;
-    while (probe + 1 < fitting && expectedBytes(probe) > static_cast<double>(targetBytes)) ++probe;
-    return probe;
-}
-
 }  // namespace
 
 bool startsAtFirstQuality(PixelSize size, std::int64_t targetBytes) {
@@ -208,40 +174,18 @@ Found searchSizes(const VImage& decoded, std::int64_t targetBytes, bool usePNG, 
                   std::optional<std::int64_t> firstQualityBytes, const std::stop_token& stopToken) {
     const std::vector<PixelSize> ladder = geometry::sizeLadder({decoded.width(), decoded.height()});
     const int deciding = decidingSetting(usePNG);
-    auto trialAt = [&](std::size_t probe) {
-        SizeTrial trial(renderAtSize(decoded, ladder[probe], keepAlpha), ladder[probe], usePNG, targetBytes);
-        if (probe == 0 && firstQualityBytes) trial.rememberTooBig(kFirstSetting, *firstQualityBytes);
-        return trial;
-    };
-
-    std::size_t probe = firstProbe(ladder, targetBytes);
-    if (probe == 0 && !usePNG && likelyFitsAtFirstQuality(ladder[0], targetBytes)) {
+    for (std::size_t index = 0; index < ladder.size(); ++index) {
         throwIfStopped(stopToken);
-        // A generous limit is usually met at once: one encode in all.
-        SizeTrial first = trialAt(0);
-        if (first.fits(kFirstSetting)) return {first.take(kFirstSetting), ladder[0]};
+        const PixelSize size = ladder[index];
+        if (smallestEncodedBytes(size, usePNG, keepAlpha) > targetBytes) continue;
+        SizeTrial trial(renderAtSize(decoded, size, keepAlpha), size, usePNG, targetBytes);
+        if (index == 0 && firstQualityBytes) trial.rememberTooBig(kFirstSetting, *firstQualityBytes);
+        // A generous limit is usually met at once at the first quality: one encode in all.
+        if (!usePNG && likelyFitsAtFirstQuality(size, targetBytes) && trial.fits(kFirstSetting))
+            return {trial.take(kFirstSetting), size};
+        if (trial.fits(deciding)) return {bestAtFittingSize(trial, usePNG, targetBytes, stopToken), size};
     }
-
-    std::map<std::size_t, std::int64_t> weighed;  // ladder index → bytes at the deciding setting
-    std::optional<SizeTrial> best;
-    std::optional<std::size_t> tooBig;  // the smallest size known to be too big
-    std::size_t fitting = ladder.size();
-    while (true) {
-        throwIfStopped(stopToken);
-        SizeTrial trial = trialAt(probe);
-        weighed[probe] = trial.bytes(deciding);
-        if (trial.fits(deciding)) {
-            fitting = probe;
-            best.emplace(std::move(trial));
-        } else {
-            tooBig = probe;
-        }
-        // Closed: the largest fitting size sits right below the smallest one that is too big.
-        if (tooBig ? fitting <= *tooBig + 1 : fitting == 0) break;
-        probe = nextProbe(ladder, weighed, tooBig, fitting, targetBytes);
-    }
-    if (!best) throw FitError(FitError::Case::targetUnreachable);
-    return {bestAtFittingSize(*best, usePNG, targetBytes, stopToken), best->size()};
+    throw FitError(FitError::Case::targetUnreachable);
 }
 
 Found searchExact(const VImage& decoded, PixelSize exact, CropPosition crop, std::int64_t targetBytes, bool usePNG,

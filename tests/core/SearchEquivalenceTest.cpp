@@ -77,6 +77,86 @@ void expectSameCopy(const std::filesystem::path& path, const FitSettings& settin
     }
 }
 
+// Crisp graphics, where a smaller copy is often a larger file: resampling smears their
+// one-pixel edges across more 8 × 8 blocks and breaks their long runs of equal pixels.
+VImage textMask(const char* text, const char* font, int width, int dpi) {
+    return VImage::text(text, VImage::option()->set("font", font)->set("width", width)->set("dpi", dpi));
+}
+
+VImage onCanvas(const VImage& picture, int width, int height, std::vector<double> background) {
+    return picture.embed(24, 24, width, height, VImage::option()->set("extend", VIPS_EXTEND_BACKGROUND)
+                                                    ->set("background", background));
+}
+
+// Dark ink with antialiased edges on a fully transparent background: a cut-out signature or logo.
+VImage inkOnTransparency(const VImage& mask, std::vector<double> ink) {
+    return (VImage::black(mask.width(), mask.height(), VImage::option()->set("bands", 3)) + ink)
+        .bandjoin(mask)
+        .cast(VIPS_FORMAT_UCHAR)
+        .copy(VImage::option()->set("interpretation", VIPS_INTERPRETATION_sRGB));
+}
+
+VImage signature() {
+    return onCanvas(inkOnTransparency(textMask("Jane Q. Doe", "DejaVu Serif Italic", 2'700, 1'100), {20, 30, 90}),
+                    2'800, 520, {0, 0, 0, 0});
+}
+
+// A disc shaded from its centre beside a word.
+VImage logo() {
+    VImage disc = VImage::black(800, 800);
+    disc.draw_circle({255}, 400, 400, 360, VImage::option()->set("fill", true));
+    const VImage centred = VImage::xyz(800, 800) - 400;
+    const VImage shade = (centred[0] * centred[0] + centred[1] * centred[1]).pow(0.5) / 2;
+    const VImage word = textMask("parcel", "DejaVu Sans Bold", 1'400, 600);
+    return onCanvas((inkOnTransparency(disc, {230, 90, 60}) - shade.bandjoin_const({0, 0, 0})).cast(VIPS_FORMAT_UCHAR).join(inkOnTransparency(word, {40, 40, 40}),
+                                                                 VIPS_DIRECTION_HORIZONTAL, VImage::option()->set("align", VIPS_ALIGN_CENTRE)),
+                    2'400, 900, {0, 0, 0, 0});
+}
+
+// Black text on white at screen resolution, under a coloured title bar.
+VImage screenshot() {
+    std::string prose;
+    for (int line = 0; line < 60; ++line) prose += "The quick brown fox jumps over the lazy dog, line " + std::to_string(line) + ".\n";
+    const VImage text = 255 - textMask(prose.c_str(), "DejaVu Sans 10", 1'800, 96);
+    const VImage page = onCanvas(text.bandjoin(text).bandjoin(text), 1'960, 1'300, {255, 255, 255});
+    return page.insert(flat(1'960, 30, {60, 110, 200}), 0, 0).cast(VIPS_FORMAT_UCHAR).copy(
+        VImage::option()->set("interpretation", VIPS_INTERPRETATION_sRGB));
+}
+
+// A few colours in 16 × 16 squares, enlarged with nearest neighbour.
+VImage pixelArt() {
+    return ((noise(160, 100) / 64).floor() * 64).cast(VIPS_FORMAT_UCHAR).zoom(16, 16).copy(
+        VImage::option()->set("interpretation", VIPS_INTERPRETATION_sRGB));
+}
+
+// Large flat areas and a title.
+VImage slide() {
+    const VImage title = textMask("Quarterly results", "DejaVu Sans Bold", 2'000, 400);
+    return flat(2'560, 1'440, {240, 240, 235})
+        .insert(flat(2'560, 320, {30, 60, 120}), 0, 1'120)
+        .insert(flat(1'000, 600, {250, 180, 40}), 1'400, 440)
+        .insert(inkOnTransparency(title, {30, 60, 120}).flatten(VImage::option()->set("background", std::vector<double>{240, 240, 235})), 120, 120)
+        .cast(VIPS_FORMAT_UCHAR)
+        .copy(VImage::option()->set("interpretation", VIPS_INTERPRETATION_sRGB));
+}
+
+// The bytes that decide whether each of the first sizes fits (quality 0.45, or the PNG), and
+// limits around them: at the full size's own bytes, one byte under, and the smaller sizes' bytes.
+std::vector<std::int64_t> limitsAcrossSizes(const std::filesystem::path& path, OutputFormat format) {
+    const auto source = detail::validatedSource(path);
+    const VImage decoded = detail::scaledDecode(source, source.stored.longest());
+    const bool transparent = format != OutputFormat::jpeg && detail::containsTransparency(decoded);
+    const bool png = format == OutputFormat::png || (format == OutputFormat::automatic && transparent);
+    const auto ladder = geometry::sizeLadder({decoded.width(), decoded.height()});
+    std::vector<std::int64_t> limits;
+    for (std::size_t index : {0, 0, 2, 4}) {
+        const VImage current = detail::renderAtSize(decoded, ladder[index], png && transparent);
+        const auto bytes = static_cast<std::int64_t>(detail::encode(current, png, 0.45).size());
+        limits.push_back(std::max<std::int64_t>(kMinTargetBytes, bytes - (limits.size() == 1 ? 1 : 0)));
+    }
+    return limits;
+}
+
 }  // namespace
 
 TEST(SearchEquivalence, SyntheticPicturesAcrossLimits) {
@@ -88,6 +168,41 @@ TEST(SearchEquivalence, SyntheticPicturesAcrossLimits) {
     for (std::int64_t limit : {10'000, 60'000, 250'000})
         expectSameCopy(grain, {limit, 0, OutputFormat::png, 0, 0});
     expectSameCopy(grain, {10'000, 0, OutputFormat::jpeg, 0, 0});
+}
+
+// Signatures, logos, screenshots, pixel art and slides, where the full size often fits when
+// smaller ones don't.
+TEST(SearchEquivalence, GraphicsAtLimitsAroundTheirSizes) {
+    ScratchFolder folder;
+    const std::vector<std::pair<std::filesystem::path, std::vector<OutputFormat>>> graphics{
+        {save(signature(), folder / "signature.png"), {OutputFormat::automatic, OutputFormat::jpeg}},
+        {save(logo(), folder / "logo.png"), {OutputFormat::automatic}},
+        {save(screenshot(), folder / "screenshot.png"), {OutputFormat::png, OutputFormat::jpeg}},
+        {save(screenshot(), folder / "screenshot.jpg"), {OutputFormat::jpeg}},
+        {save(pixelArt(), folder / "pixel-art.png"), {OutputFormat::jpeg, OutputFormat::png}},
+        {save(slide(), folder / "slide.png"), {OutputFormat::automatic}},
+    };
+    for (const auto& [path, formats] : graphics) {
+        for (OutputFormat format : formats) {
+            for (std::int64_t limit : limitsAcrossSizes(path, format)) expectSameCopy(path, {limit, 0, format, 0, 0});
+        }
+    }
+}
+
+// Sizes over the limit are passed over unencoded by a bound that no picture may undercut; flat
+// colour comes closest.
+TEST(SearchEquivalence, NoFileIsSmallerThanTheBoundThatSkipsItsSize) {
+    for (const PixelSize size : {PixelSize{8, 8}, PixelSize{65, 64}, PixelSize{2'000, 9}, PixelSize{1'537, 1'025}}) {
+        SCOPED_TRACE(std::to_string(size.width) + " x " + std::to_string(size.height));
+        const int width = static_cast<int>(size.width), height = static_cast<int>(size.height);
+        for (double quality : {0.45, 0.94})
+            EXPECT_GE(detail::encode(flat(width, height, {90, 90, 90}), false, quality).size(),
+                      detail::smallestEncodedBytes(size, false, false));
+        EXPECT_GE(detail::encode(flat(width, height, {90, 90, 90}), true, 1.0).size(),
+                  detail::smallestEncodedBytes(size, true, false));
+        EXPECT_GE(detail::encode(flat(width, height, {90, 90, 90, 0}), true, 1.0).size(),
+                  detail::smallestEncodedBytes(size, true, true));
+    }
 }
 
 TEST(SearchEquivalence, RealPhotosAtTheBenchmarkLimits) {
