@@ -38,9 +38,9 @@ constexpr int kPngSetting = 0;
 constexpr int kFullChromaSetting = 90;
 // A limit of at least this many bytes a pixel is usually met at once at the first quality.
 constexpr double kTypicalFirstQualityBytesPerPixel = 0.1;
-// How file size follows the quantiser scale and the pixel count when only one size is known.
+// How file size follows the quantiser scale when only one setting is measured.
 constexpr double kTypicalScaleExponent = 0.8;
-constexpr double kTypicalPixelExponent = 0.8;
+
 // One rendered size and what its encodings weigh. Each encoder setting is encoded at most
 // once; only files that fit the limit are kept.
 class SizeTrial {

@@ -10,8 +10,10 @@
 #include <string_view>
 #include <system_error>
 
+#include "CameraRaw.h"
 #include "FitError.h"
 #include "ImageFitter.h"
+#include "JpegWarnings.h"
 #include "VipsRuntime.h"
 
 namespace parcelo::detail {
@@ -94,12 +96,25 @@ PngChunks walkPngChunks(const fs::path& path, std::int64_t fileSize) {
     return chunks;
 }
 
+// A damaged file is refused rather than decoded with grey bands: decoders fail on any warning,
+// unless a JPEG's warnings are known to leave every pixel intact; then on errors and truncation.
+VipsFailOn failOn(const ValidatedSource& source) {
+    return source.harmlessWarnings ? VIPS_FAIL_ON_ERROR : VIPS_FAIL_ON_WARNING;
+}
+
+// Whether a JPEG refused for a decoder warning may be read again, failing on errors only.
+bool mayTolerateWarnings(ValidatedSource& source) {
+    if (source.type != SourceType::jpeg || source.harmlessWarnings) return false;
+    source.harmlessWarnings = decodesWithHarmlessWarningsOnly(source.path);
+    return source.harmlessWarnings;
+}
+
 // Opens the header with the loader for the sniffed type only, so no other libvips loader
 // (PDF, SVG, WebP …) ever sees the user's file.
-VImage openHeader(const fs::path& path, SourceType type) {
-    const std::string name = path.string();
-    auto options = [] { return VImage::option()->set("fail_on", VIPS_FAIL_ON_WARNING); };
-    switch (type) {
+VImage openHeader(const ValidatedSource& source) {
+    const std::string name = source.path.string();
+    auto options = [&] { return VImage::option()->set("fail_on", failOn(source)); };
+    switch (source.type) {
     case SourceType::jpeg: return VImage::jpegload(name.c_str(), options());
     case SourceType::png: return VImage::pngload(name.c_str(), options());
     case SourceType::gif: return VImage::gifload(name.c_str(), options());
@@ -109,6 +124,15 @@ VImage openHeader(const fs::path& path, SourceType type) {
     case SourceType::heif: return VImage::heifload(name.c_str(), options());
     }
     fail(FitError::Case::unreadable);
+}
+
+VImage reopenedHeader(const ValidatedSource& source) {
+    try {
+        return openHeader(source);
+    } catch (const vips::VError&) {
+        clearVipsError();
+        fail(FitError::Case::unreadable);
+    }
 }
 
 std::int64_t frameCount(const VImage& header, const PngChunks& png, const ValidatedSource& source) {
@@ -136,10 +160,11 @@ void checkHeader(ValidatedSource& source) {
     VImage header;
     try {
         const MutedStandardError muted(isHeifFamily(source.type));
-        header = openHeader(source.path, source.type);
+        header = openHeader(source);
     } catch (const vips::VError&) {
         clearVipsError();
-        fail(FitError::Case::unreadable);
+        if (!mayTolerateWarnings(source)) fail(FitError::Case::unreadable);
+        header = reopenedHeader(source);
     }
     source.stored = {header.width(), header.height()};
     if (source.stored.width < 1 || source.stored.height < 1) fail(FitError::Case::unreadable);
@@ -151,12 +176,22 @@ void checkHeader(ValidatedSource& source) {
         fail(FitError::Case::unreadable);
     source.orientation = orientationOf(header);
     source.colourManaged = header.get_typeof(VIPS_META_ICC_NAME) != 0 || header.interpretation() == VIPS_INTERPRETATION_CMYK;
+    source.sixteenBit = header.format() == VIPS_FORMAT_USHORT;
 }
 
-VImage toEightBit(VImage image) {
-    if (image.interpretation() == VIPS_INTERPRETATION_RGB16) image = image.colourspace(VIPS_INTERPRETATION_sRGB);
-    if (image.interpretation() == VIPS_INTERPRETATION_GREY16) image = image.colourspace(VIPS_INTERPRETATION_B_W);
-    if (image.format() != VIPS_FORMAT_UCHAR) image = image.cast(VIPS_FORMAT_UCHAR);
+// A 16-bit source reduced to 8 bits by rounding, as drawing it into an 8-bit surface does: an
+// alpha of 65,280 stays 254, a pixel that is not quite opaque. (libvips's own conversion drops
+// the low byte, which would make it opaque.) Colour is converted to sRGB at 16 bits first.
+VImage roundedToEightBit(const ValidatedSource& source) {
+    VImage image = VImage::new_from_file(
+        source.path.string().c_str(),
+        VImage::option()->set("access", VIPS_ACCESS_SEQUENTIAL)->set("fail_on", failOn(source)));
+    if (source.colourManaged)
+        image = image.icc_transform("srgb", VImage::option()->set("embedded", true)->set("depth", 16));
+    const bool grey = image.bands() < 3;
+    image = (image / (65'535.0 / 255.0)).rint().cast(VIPS_FORMAT_UCHAR);
+    image = image.copy(VImage::option()->set("interpretation", grey ? VIPS_INTERPRETATION_B_W : VIPS_INTERPRETATION_sRGB));
+    image.remove(VIPS_META_ICC_NAME);
     return image;
 }
 
@@ -181,6 +216,7 @@ ValidatedSource validatedSource(const fs::path& path) {
     const auto type = sniffSourceType(readHead(path, 64));
     if (!type) fail(FitError::Case::unreadable);
     source.type = *type;
+    if (source.type == SourceType::tiff && isCameraRaw(path)) fail(FitError::Case::unreadable);
     checkHeader(source);
     return source;
 }
@@ -188,14 +224,15 @@ ValidatedSource validatedSource(const fs::path& path) {
 VImage openScaled(const ValidatedSource& source, std::int64_t maxEdge) {
     const int edge = static_cast<int>(std::clamp<std::int64_t>(maxEdge, 1, kMaxSourceSide));
     try {
-        // From the full image, orientation applied, never enlarged; a damaged file fails instead
-        // of decoding with grey bands. Pixels without a profile are taken as sRGB already.
+        // From the full image, orientation applied, never enlarged. Pixels without a profile are
+        // taken as sRGB already.
         auto* options = VImage::option()
                             ->set("height", edge)
                             ->set("size", VIPS_SIZE_DOWN)
-                            ->set("fail_on", VIPS_FAIL_ON_WARNING);
+                            ->set("fail_on", failOn(source));
+        if (source.sixteenBit) return roundedToEightBit(source).thumbnail_image(edge, options);
         if (source.colourManaged) options->set("export_profile", "srgb");
-        return toEightBit(VImage::thumbnail(source.path.string().c_str(), edge, options));
+        return VImage::thumbnail(source.path.string().c_str(), edge, options);
     } catch (const vips::VError&) {
         clearVipsError();
         fail(FitError::Case::unreadable);
@@ -212,7 +249,13 @@ VImage decodeNow(const VImage& scaled) {
 }
 
 VImage scaledDecode(const ValidatedSource& source, std::int64_t maxEdge) {
-    return decodeNow(openScaled(source, maxEdge));
+    try {
+        return decodeNow(openScaled(source, maxEdge));
+    } catch (const FitError&) {
+        ValidatedSource tolerant = source;
+        if (!mayTolerateWarnings(tolerant)) throw;
+        return decodeNow(openScaled(tolerant, maxEdge));
+    }
 }
 
 bool hasAlphaBand(const VImage& image) { return image.bands() == 2 || image.bands() == 4; }

@@ -32,6 +32,10 @@ struct ValidatedSource {
     geometry::PixelSize stored;  // before any orientation is applied
     std::optional<int> orientation;
     bool colourManaged = false;  // carries a colour profile, or is CMYK: its pixels need converting to sRGB
+    bool sixteenBit = false;
+    // A JPEG whose decoder warns only of slips that leave every pixel intact (stray bytes
+    // before a marker): decoded failing on errors and truncation only.
+    bool harmlessWarnings = false;
 };
 
 // Checks type, byte and pixel limits and frame count from the file system and the header

@@ -43,6 +43,35 @@ std::string pngHeaderOnly(std::uint32_t width, std::uint32_t height) {
            chunk("IDAT", "\x78\x9c") + chunk("IEND", "");
 }
 
+// A little-endian TIFF of one 8 × 8 grey strip, its first directory carrying `extra` entries
+// (tag, type, value) beside the image's own, and one sub-directory of `sub` entries when given.
+using TiffEntry = std::tuple<std::uint16_t, std::uint16_t, std::uint32_t>;
+std::string tinyTiff(std::vector<TiffEntry> extra, std::vector<TiffEntry> sub = {}) {
+    auto le = [](std::uint32_t v, int bytes) {
+        std::string out;
+        for (int i = 0; i < bytes; ++i) out += char(v >> (8 * i));
+        return out;
+    };
+    auto directory = [&](std::vector<TiffEntry> entries) {
+        std::sort(entries.begin(), entries.end());
+        std::string out = le(static_cast<std::uint32_t>(entries.size()), 2);
+        for (const auto& [tag, type, value] : entries) out += le(tag, 2) + le(type, 2) + le(type == 1 ? 4 : 1, 4) + le(value, 4);
+        return out + le(0, 4);
+    };
+    const std::uint32_t ifd0 = 8 + 64, ifd0Size = static_cast<std::uint32_t>(2 + 12 * (9 + extra.size()) + 4);
+    if (!sub.empty()) extra.emplace_back(330, 4, ifd0 + ifd0Size);
+    std::vector<TiffEntry> image{{256, 3, 8}, {257, 3, 8}, {258, 3, 8}, {259, 3, 1}, {262, 3, 1},
+                                 {273, 4, 8}, {277, 3, 1}, {278, 3, 8}, {279, 4, 64}};
+    image.insert(image.end(), extra.begin(), extra.end());
+    return std::string("II*\0", 4) + le(ifd0, 4) + std::string(64, '\x80') + directory(image) +
+           (sub.empty() ? "" : directory(sub));
+}
+
+// The file with `bytes` inserted before its first marker of the given code.
+std::string withBytesBeforeMarker(std::string jpeg, char marker, const std::string& bytes) {
+    return jpeg.insert(jpeg.find(std::string{'\xFF', marker}), bytes);
+}
+
 // One folder of sources, made once for every test of this file.
 class ImageFitterTest : public ::testing::Test {
 protected:
@@ -72,6 +101,20 @@ protected:
         writeBytes(at("wide.png"), pngHeaderOnly(100'001, 1));
         writeBytes(at("limit.png"), pngHeaderOnly(10'000, 10'000));
         save(flat(8'000, 8'000, {0.0}), at("bomb.png[bitdepth=1]"));  // 64 megapixels in 8 KB
+        // Stray bytes before the scan: every viewer shows the picture whole. Cut short, it is damaged.
+        const std::string stray = withBytesBeforeMarker(contents(save(photoLike(300, 200), at("stray.jpg"))), '\xDA', std::string("\x00\x17\x42", 3));
+        writeBytes(at("stray.jpg"), stray);
+        writeBytes(at("stray-cut.jpg"), stray.substr(0, stray.size() / 2));
+        // Camera raw files look like TIFF: a DNG version tag, or (like a NEF) a preview whose
+        // sub-directory holds colour-filter-array pixels in a maker's compression.
+        writeBytes(at("plain.tif"), tinyTiff({}));
+        writeBytes(at("camera.tif"), tinyTiff({{50706, 1, 0x00000401}}));
+        writeBytes(at("camera.jpg"), tinyTiff({{254, 4, 1}}, {{259, 3, 34713}, {262, 3, 32803}}));
+        // 16-bit alpha of 65,280 is 254 in 8 bits, not opaque.
+        save((VImage::black(64, 64, VImage::option()->set("bands", 4)) + std::vector<double>{30'000, 40'000, 50'000, 65'280})
+                 .cast(VIPS_FORMAT_USHORT)
+                 .copy(VImage::option()->set("interpretation", VIPS_INTERPRETATION_RGB16)),
+             at("alpha-65280.png"));
     }
     static void TearDownTestSuite() { delete folder_; }
 
@@ -93,8 +136,9 @@ std::string outcomeOf(const fs::path& source, const FitSettings& settings, CropP
 }
 
 // Requirements are checked before the file, the file's size before its type, the pixel limits
-// from the header alone. A copy is never enlarged; automatic turns to PNG for one pixel below
-// opaque; a PNG of an opaque image has no alpha; an exact size is delivered or refused.
+// from the header alone; a JPEG that only warns of stray bytes is read, a damaged one and a camera
+// raw file are not. A copy is never enlarged; automatic turns to PNG for one pixel below opaque
+// (also when a 16-bit alpha rounds to 254); a PNG of an opaque image has no alpha; an exact size is delivered or refused.
 TEST_F(ImageFitterTest, EachSourceAndRequirementEndsInItsCopyOrItsError) {
     const std::vector<std::tuple<std::string, FitSettings, CropPosition, std::string>> cases{
         {"missing.jpg", sized(9'999, 0), {}, "invalidSettings"},
@@ -107,6 +151,12 @@ TEST_F(ImageFitterTest, EachSourceAndRequirementEndsInItsCopyOrItsError) {
         {"wide.png", sized(100'000, 0), {}, "tooLarge"},
         {"limit.png", sized(100'000, 0), {}, "unreadable"},  // 100 megapixels passes; no pixel data follows
         {"bomb.png", sized(100'000, 0), {}, "unreadable"},   // a bomb, not a picture: never decoded
+        {"stray.jpg", sized(1'000'000, 0), {}, "300x200 jpg, 3 bands"},
+        {"stray-cut.jpg", sized(1'000'000, 0), {}, "unreadable"},
+        {"plain.tif", sized(100'000, 0), {}, "8x8 jpg, 3 bands"},
+        {"camera.tif", sized(100'000, 0), {}, "unreadable"},
+        {"camera.jpg", sized(100'000, 0), {}, "unreadable"},
+        {"alpha-65280.png", sized(1'000'000, 0), {}, "64x64 png, 4 bands"},
         {"photo.png", sized(25'000'000, 2'000), {}, "800x600 jpg, 3 bands"},
         {"photo.png", sized(25'000'000, 400), {}, "400x300 jpg, 3 bands"},
         {"noise.png", sized(10'000, 0, OutputFormat::png), {}, "targetUnreachable"},
