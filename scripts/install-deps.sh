@@ -10,7 +10,7 @@ packages=(
   # build
   cmake g++ make pkg-config
   # engine
-  libvips-dev libvips-tools libjpeg-dev libicu-dev nlohmann-json3-dev
+  libvips-dev libvips-tools libjpeg-dev libicu-dev nlohmann-json3-dev liblcms2-dev
   # tests (the view tests draw through OpenGL on a virtual X server; zlib checksums hand-made PNGs)
   libgtest-dev libgmock-dev xvfb zlib1g-dev
   # application

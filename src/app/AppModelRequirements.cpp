@@ -11,14 +11,14 @@
 #include "AppModel.h"
 #include "AppModelTasks.h"
 #include "BatchTexts.h"
-#include "ByteCountFormat.h"
+#include "RequirementSummary.h"
 
 namespace parcelo {
 
 namespace {
 
 const QString kLastSettingsKey = QStringLiteral("lastSettings.v1");
-const QString kRecipesKey = QStringLiteral("uploadRecipes.v1");
+const QString kRecipesKey = QString::fromUtf8(kStoredRecipesKey);
 const QString kActiveRecipeKey = QStringLiteral("activeRecipeName.v1");
 
 // An optional "+" or "-" and ASCII digits that fit 64 bits; anything else is -1, so that
@@ -125,12 +125,9 @@ QVariantMap AppModel::fitSettingsForView() const {
 }
 
 QString AppModel::requirementSummary() const {
-    const QString size = fromUtf8(formatByteCount(fitSettings().targetBytes));
-    const QString dimensions = exactPixels_ ? QStringLiteral("%1 × %2 px").arg(pixelWidth_, pixelHeight_)
-                                            : QStringLiteral("Up to %1 px").arg(maxEdge_ == 0 ? kMaxMaxEdge : maxEdge_);
-    const QString format = outputFormat_ == OutputFormat::automatic ? QStringLiteral("Auto format")
-                                                                    : outputFormatText().toUpper();
-    return QStringLiteral("≤ ") + size + QStringLiteral(" · ") + dimensions + QStringLiteral(" · ") + format;
+    const std::optional<ExactTexts> exact =
+        exactPixels_ ? std::optional(ExactTexts{pixelWidth_.toStdString(), pixelHeight_.toStdString()}) : std::nullopt;
+    return fromUtf8(parcelo::requirementSummary(fitSettings().targetBytes, maxEdge_, outputFormat_, exact));
 }
 
 QVariantList AppModel::recipesForView() const {

@@ -51,13 +51,15 @@ std::string_view label(OutputFormat format) {
     return "Automatic";
 }
 
-bool FitSettings::isValid() const {
-    const bool sizeOk = inRange(targetBytes, kMinTargetBytes, kMaxTargetBytes);
-    const bool edgeOk = maxEdge == 0 || inRange(maxEdge, kMinMaxEdge, kMaxMaxEdge);
-    const bool exactOk = (exactWidth == 0 && exactHeight == 0) ||
-                         (inRange(exactWidth, kMinExactSide, kMaxExactSide) &&
-                          inRange(exactHeight, kMinExactSide, kMaxExactSide));
-    return sizeOk && edgeOk && exactOk;
+bool FitSettings::isValid() const { return hasValidTarget() && hasValidMaxEdge() && hasValidExactSize(); }
+
+bool FitSettings::hasValidTarget() const { return inRange(targetBytes, kMinTargetBytes, kMaxTargetBytes); }
+
+bool FitSettings::hasValidMaxEdge() const { return maxEdge == 0 || inRange(maxEdge, kMinMaxEdge, kMaxMaxEdge); }
+
+bool FitSettings::hasValidExactSize() const {
+    return (exactWidth == 0 && exactHeight == 0) ||
+           (inRange(exactWidth, kMinExactSide, kMaxExactSide) && inRange(exactHeight, kMinExactSide, kMaxExactSide));
 }
 
 void to_json(nlohmann::json& json, OutputFormat format) { json = std::string(rawValue(format)); }

@@ -48,6 +48,10 @@ struct FitSettings {
 
     [[nodiscard]] bool isExact() const { return exactWidth != 0 || exactHeight != 0; }
     [[nodiscard]] bool isValid() const;
+    // The three parts of isValid, for messages that name the requirement out of range.
+    [[nodiscard]] bool hasValidTarget() const;
+    [[nodiscard]] bool hasValidMaxEdge() const;
+    [[nodiscard]] bool hasValidExactSize() const;
 
     friend bool operator==(const FitSettings&, const FitSettings&) = default;
 };

@@ -128,8 +128,10 @@ int compareWith(const icu::Collator* collator, const std::string& a, const std::
 // One call of expand: the result being built and the state of the walk.
 class Scan {
 public:
-    Scan(const std::set<fs::path>& excluding, std::int64_t limit, std::stop_token stopToken)
-        : seen_(excluding), limit_(std::max<std::int64_t>(limit, 0)), stopToken_(std::move(stopToken)) {}
+    Scan(const std::set<fs::path>& excluding, std::int64_t limit, std::stop_token stopToken,
+         const LeftOutHandler& leftOut)
+        : seen_(excluding), limit_(std::max<std::int64_t>(limit, 0)), stopToken_(std::move(stopToken)),
+          leftOut_(leftOut) {}
 
     // Each returns true when the limit was passed and the scan must end at once.
     bool addLocation(const fs::path& location);
@@ -147,13 +149,20 @@ private:
     bool append(const fs::path& location);
     void checkCancellation() const;
     void countExamined();
+    void leaveOut(const fs::path& location, LeftOut reason);
 
     ImportSelection result_;
     std::set<fs::path> seen_;
     std::int64_t examined_ = 0;
     std::int64_t limit_;
     std::stop_token stopToken_;
+    const LeftOutHandler& leftOut_;
 };
+
+void Scan::leaveOut(const fs::path& location, LeftOut reason) {
+    ++(reason == LeftOut::unreadable ? result_.unreadable : result_.skipped);
+    if (leftOut_) leftOut_(location, reason);
+}
 
 void Scan::checkCancellation() const { throwIfStopped(stopToken_); }
 
@@ -175,7 +184,7 @@ bool Scan::addLocation(const fs::path& location) {
     const fs::path standardForm = ImageImport::standardized(location);
     const Properties properties = readProperties(standardForm);
     if (properties.isSymbolicLink || properties.isPackage) {
-        ++result_.skipped;
+        leaveOut(standardForm, LeftOut::link);
         return false;
     }
     if (properties.isDirectory) return walk(standardForm);
@@ -190,7 +199,7 @@ bool Scan::addFile(const fs::path& location) {
     if (!seen_.insert(location).second) return false;
     const Properties properties = readProperties(location);
     if (properties.isSymbolicLink || properties.isPackage) {
-        ++result_.skipped;
+        leaveOut(location, LeftOut::link);
         return false;
     }
     if (properties.isDirectory) return false;
@@ -201,7 +210,7 @@ bool Scan::addFile(const fs::path& location) {
 void Scan::descend(const fs::path& folder, Walk& walk) {
     DIR* listing = ::opendir(folder.c_str());
     if (listing == nullptr) {
-        ++result_.unreadable;
+        leaveOut(folder, LeftOut::unreadable);
         return;
     }
     walk.push_back({folder, {listing, &::closedir}, 0});
@@ -219,7 +228,7 @@ std::optional<Entry> Scan::nextEntry(OpenFolder& folder) {
             return Entry{folder.path / entry->d_name, entry->d_type};
         }
         if (errno == 0) return std::nullopt;
-        ++result_.unreadable;
+        leaveOut(folder.path, LeftOut::unreadable);
         ++folder.failedReads;
     }
     return std::nullopt;
@@ -249,12 +258,11 @@ bool Scan::addEntry(const Entry& entry, Walk& walk) {
     const bool isFolder = properties.isDirectory && !properties.isSymbolicLink && !properties.isPackage;
     if (isFolder) descend(location, walk);  // the walker descends whether or not it was seen
     if (!isNew || isFolder) return false;
-    if (properties.isSymbolicLink || properties.isPackage || !properties.isRegularFile ||
-        !hasSupportedExtension(location)) {
-        ++result_.skipped;
-        return false;
-    }
-    return append(location);
+    if (properties.isSymbolicLink || properties.isPackage) leaveOut(location, LeftOut::link);
+    else if (!properties.isRegularFile) leaveOut(location, LeftOut::notAFile);
+    else if (!hasSupportedExtension(location)) leaveOut(location, LeftOut::unsupported);
+    else return append(location);
+    return false;
 }
 
 void sortLocalized(std::vector<fs::path>& locations) {
@@ -282,8 +290,8 @@ int localizedStandardCompare(const fs::path& a, const fs::path& b) {
 }
 
 ImportSelection expand(const std::vector<fs::path>& urls, const std::set<fs::path>& excluding,
-                       std::int64_t limit, std::stop_token stopToken) {
-    Scan scan(excluding, limit, std::move(stopToken));
+                       std::int64_t limit, std::stop_token stopToken, const LeftOutHandler& leftOut) {
+    Scan scan(excluding, limit, std::move(stopToken), leftOut);
     for (const fs::path& location : urls) {
         if (scan.addLocation(location)) return scan.takeResult();  // past the limit: unsorted
     }

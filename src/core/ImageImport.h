@@ -6,6 +6,7 @@
 #include <array>
 #include <cstdint>
 #include <filesystem>
+#include <functional>
 #include <set>
 #include <stdexcept>
 #include <stop_token>
@@ -36,6 +37,12 @@ public:
     TooManyEntriesError();
 };
 
+// Why an item was left out of a selection: counted in `skipped` (a link, an entry that is not a
+// regular file, a file without a supported extension) or in `unreadable` (a folder, or part of
+// one, that could not be read).
+enum class LeftOut { link, notAFile, unsupported, unreadable };
+using LeftOutHandler = std::function<void(const std::filesystem::path& location, LeftOut reason)>;
+
 namespace ImageImport {
 
 // The file-name extensions, in lower case, of images found inside folders.
@@ -62,10 +69,11 @@ int localizedStandardCompare(const std::filesystem::path& a, const std::filesyst
 // folders only supported extensions are. Hidden entries (names starting with ".") are
 // never returned, links never followed. Stops early once limit + 1 images are found.
 // Throws TooManyEntriesError past kMaxExaminedEntries and CancellationError when
-// stopToken is triggered; neither leaves a partial result.
+// stopToken is triggered; neither leaves a partial result. Each item left out is also
+// handed to leftOut, when given, as it is met.
 ImportSelection expand(const std::vector<std::filesystem::path>& urls,
                        const std::set<std::filesystem::path>& excluding, std::int64_t limit,
-                       std::stop_token stopToken = {});
+                       std::stop_token stopToken = {}, const LeftOutHandler& leftOut = {});
 
 }  // namespace ImageImport
 }  // namespace parcelo

@@ -260,4 +260,9 @@ VImage scaledDecode(const ValidatedSource& source, std::int64_t maxEdge) {
 
 bool hasAlphaBand(const VImage& image) { return image.bands() == 2 || image.bands() == 4; }
 
+VImage readHeader(const ValidatedSource& source) {
+    const MutedStandardError muted(isHeifFamily(source.type));
+    return reopenedHeader(source);
+}
+
 }  // namespace parcelo::detail

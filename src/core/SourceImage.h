@@ -42,6 +42,10 @@ struct ValidatedSource {
 // alone. Throws FitError (unreadable, tooLarge, multipleFrames).
 ValidatedSource validatedSource(const std::filesystem::path& path);
 
+// The header of the source's image 0 with its metadata, read by the loader of its sniffed type
+// alone. Throws FitError(unreadable).
+vips::VImage readHeader(const ValidatedSource& source);
+
 // Image 0 upright, in 8-bit sRGB, with its longer edge at most maxEdge, described but not yet
 // decoded: its pixels are produced as they are read. Throws FitError(unreadable).
 vips::VImage openScaled(const ValidatedSource& source, std::int64_t maxEdge);

@@ -105,6 +105,29 @@ std::vector<UploadRecipe> restoredRecipes(std::string_view stored) {
 
 bool sameNameIgnoringCase(const std::string& a, const std::string& b) { return caselessKey(a) == caselessKey(b); }
 
+std::optional<UploadRecipe> recipeNamed(const std::string& name, const std::vector<UploadRecipe>& library) {
+    std::vector<UploadRecipe> candidates = library;
+    candidates.insert(candidates.end(), UploadRecipe::examples().begin(), UploadRecipe::examples().end());
+    const std::string wanted = trimmed(name);
+    const icu::UnicodeString wantedForm = decomposed(wanted);
+    for (const auto& recipe : candidates)
+        if (decomposed(recipe.name()) == wantedForm) return recipe;
+    for (const auto& recipe : candidates)
+        if (sameNameIgnoringCase(recipe.name(), wanted)) return recipe;
+    return std::nullopt;
+}
+
+std::string trimmed(const std::string& text) {
+    const icu::UnicodeString unicodeText = unicode(text);
+    std::int32_t start = 0;
+    std::int32_t end = unicodeText.length();
+    while (start < end && u_isUWhiteSpace(unicodeText.char32At(start))) start = unicodeText.moveIndex32(start, 1);
+    while (end > start && u_isUWhiteSpace(unicodeText.char32At(end - 1))) end = unicodeText.moveIndex32(end, -1);
+    std::string result;
+    unicodeText.tempSubStringBetween(start, end).toUTF8String(result);
+    return result;
+}
+
 bool hasVisibleText(const std::string& text) {
     const icu::UnicodeString unicodeText = unicode(text);
     for (std::int32_t index = 0; index < unicodeText.length(); index = unicodeText.moveIndex32(index, 1)) {

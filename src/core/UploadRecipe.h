@@ -4,6 +4,7 @@
 #pragma once
 
 #include <cstddef>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -21,6 +22,8 @@ inline constexpr std::size_t kLongestRecipeName = 40;
 // is ignored unread.
 inline constexpr std::size_t kMaxRecipes = 20;
 inline constexpr std::size_t kLongestStoredRecipes = 100'000;
+// Where the app keeps the library in its preferences, as UTF-8 JSON bytes; parcelo-fit reads it there.
+inline constexpr char kStoredRecipesKey[] = "uploadRecipes.v1";
 
 // A named set of requirements that the user saves once and chooses again later.
 class UploadRecipe {
@@ -52,6 +55,14 @@ private:
 // at most 20. Empty when the bytes are oversized, malformed or hold one unreadable recipe;
 // damage never throws.
 std::vector<UploadRecipe> restoredRecipes(std::string_view stored);
+
+// The recipe a user means by `name`: the library's recipes first, then the examples. The name is
+// trimmed and compared as the library compares names, without regard to letter case; a recipe
+// whose name is canonically equal wins over one that differs only in case.
+std::optional<UploadRecipe> recipeNamed(const std::string& name, const std::vector<UploadRecipe>& library);
+
+// The text without white space and line breaks at either end.
+std::string trimmed(const std::string& text);
 
 // The number of user-perceived characters (extended grapheme clusters) of UTF-8 text.
 std::size_t characterCount(const std::string& text);

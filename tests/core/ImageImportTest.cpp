@@ -11,6 +11,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <limits>
+#include <map>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -99,10 +100,18 @@ TEST_F(ImageImportTest, FolderYieldsItsImagesInEveryExtensionAndCase) {
     fs::create_directory_symlink(root_, photos / "loop");
     ASSERT_EQ(::mkfifo((photos / "pipe.jpg").c_str(), 0600), 0) << "cannot make a named pipe";
 
-    const ImportSelection selection = ImageImport::expand({photos}, {}, kNoLimit);
+    std::map<std::string, LeftOut> leftOut;
+    const ImportSelection selection = ImageImport::expand(
+        {photos}, {}, kNoLimit, {}, [&](const fs::path& item, LeftOut why) { leftOut[item.filename().string()] = why; });
     std::sort(expected.begin(), expected.end());
     EXPECT_EQ(sortedNames(selection), expected);
-    EXPECT_EQ(selection.skipped, 6);  // notes.txt, README, trailing-dot., link.jpg, loop, pipe.jpg
+    EXPECT_EQ(selection.skipped, 6);
+    EXPECT_EQ(leftOut, (std::map<std::string, LeftOut>{{"notes.txt", LeftOut::unsupported},
+                                                        {"README", LeftOut::unsupported},
+                                                        {"trailing-dot.", LeftOut::unsupported},
+                                                        {"link.jpg", LeftOut::link},
+                                                        {"loop", LeftOut::link},
+                                                        {"pipe.jpg", LeftOut::notAFile}}));
 }
 
 // A file named directly is taken whatever its extension, hidden or missing, once, in standard

@@ -15,6 +15,7 @@
 #include "FitError.h"
 #include "FitResult.h"
 #include "FitSettings.h"
+#include "RequirementSummary.h"
 #include "UploadRecipe.h"
 
 using namespace parcelo;
@@ -94,6 +95,28 @@ TEST(UploadRecipe, ValidityOfNameAndSettings) {
     FitSettings halfExact = kValidSettings;
     halfExact.exactWidth = 600;
     EXPECT_FALSE(UploadRecipe(Uuid::random(), "Web photo", halfExact).isValid());
+}
+
+// A name finds a recipe as saving finds one to replace (trimmed, any letter case), the user's
+// recipes before the examples, a canonically equal name before one equal only without case.
+// Its summary is the line the app shows once the recipe is applied.
+TEST(UploadRecipe, FoundByNameAndSummedUpAsTheAppShowsIt) {
+    const FitSettings shop{300'000, 1'200, OutputFormat::jpeg, 0, 0};
+    const FitSettings shout{400'000, 0, OutputFormat::png, 0, 0};
+    const std::vector<UploadRecipe> library{{Uuid::random(), "Shop photo", shop},
+                                            {Uuid::random(), "Web photo", kValidSettings},
+                                            {Uuid::random(), "SHOP PHOTO", shout}};
+    const auto found = [&](const std::string& name) {
+        const auto recipe = recipeNamed(name, library);
+        return recipe ? requirementSummary(recipe->settings()) : "none";
+    };
+    EXPECT_EQ(found("  shop photo\n"), "\u2264 300 KB \u00b7 Up to 1200 px \u00b7 JPEG");
+    EXPECT_EQ(found("SHOP PHOTO"), "\u2264 400 KB \u00b7 Up to 8192 px \u00b7 PNG");
+    EXPECT_EQ(found("web photo"), "\u2264 500 KB \u00b7 Up to 1920 px \u00b7 Auto format");
+    EXPECT_EQ(found("PORTRAIT upload"), "\u2264 200 KB \u00b7 600 \u00d7 800 px \u00b7 JPEG");
+    EXPECT_EQ(found("Shop"), "none");
+    EXPECT_EQ(requirementSummary(FitSettings{1'500'500, 2'560, OutputFormat::automatic, 0, 0}),
+              "\u2264 1.5 MB \u00b7 Up to 2560 px \u00b7 Auto format");
 }
 
 json storedRecipe() {
