@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <charconv>
 #include <limits>
+#include <map>
 #include <optional>
 #include <sstream>
 #include <string_view>
@@ -71,44 +72,51 @@ OutputFormat outputFormat(std::string_view option, std::string_view text) {
     throw UsageError(std::string(option) + " expects auto, jpeg or png, not " + inQuotes(text));
 }
 
-std::string exampleNames() {
+std::string recipeNames(const std::vector<UploadRecipe>& library) {
     std::string names;
-    for (const UploadRecipe& recipe : UploadRecipe::examples())
-        names += (names.empty() ? "" : ", ") + inQuotes(recipe.name());
+    for (const auto* list : {&library, &UploadRecipe::examples()})
+        for (const UploadRecipe& recipe : *list) names += (names.empty() ? "" : ", ") + inQuotes(recipe.name());
     return names;
 }
 
-FitSettings exampleSettings(std::string_view option, std::string_view name) {
-    for (const UploadRecipe& recipe : UploadRecipe::examples())
-        if (recipe.name() == name) return recipe.settings();
-    throw UsageError(std::string(option) + " expects one of " + exampleNames() + ", not " + inQuotes(name));
+std::string range(std::int64_t low, std::int64_t high) { return std::to_string(low) + "\u2013" + std::to_string(high); }
+
+UsageError outOfRange(std::string_view option, const std::string& allowed, std::string_view text) {
+    return UsageError(std::string(option) + " expects " + allowed + ", not " + inQuotes(text));
 }
 
 unsigned jobCount(std::string_view option, std::string_view text) {
     const std::int64_t jobs = wholeNumber(option, text);
-    if (jobs < 1 || jobs > kMostJobs)
-        throw UsageError(std::string(option) + " expects 1 to " + std::to_string(kMostJobs) + ", not " + inQuotes(text));
+    if (jobs < 1 || jobs > kMostJobs) throw outOfRange(option, range(1, kMostJobs), text);
     return static_cast<unsigned>(jobs);
 }
 
 // Walks the arguments once; each option takes its value from "--name=value" or the next argument.
 class ArgumentReader {
 public:
-    explicit ArgumentReader(const std::vector<std::string>& arguments) : arguments_(arguments) {}
+    ArgumentReader(const std::vector<std::string>& arguments, const RecipeLibrary& library)
+        : arguments_(arguments), library_(library) {}
 
     ParsedArguments read();
 
 private:
     void readOption(const std::string& argument);
     std::string value();
+    std::string typedValue();
+    FitSettings recipeSettings(const std::string& name);
+    void request(Request request);
     void finish();
+    void checkRanges() const;
 
     const std::vector<std::string>& arguments_;
+    const RecipeLibrary& library_;
+    std::optional<std::vector<UploadRecipe>> recipes_;  // the library, once read
     std::size_t next_ = 0;
     std::string option_;
     std::optional<std::string> inlineValue_;
     bool cropGiven_ = false;
     bool outGiven_ = false;
+    std::map<std::string, std::string> typed_;  // the last text given to each requirement option
     ParsedArguments parsed_;
 };
 
@@ -136,18 +144,35 @@ std::string ArgumentReader::value() {
     return arguments_[next_++];
 }
 
+FitSettings ArgumentReader::recipeSettings(const std::string& name) {
+    if (!recipes_) recipes_ = library_ ? library_() : std::vector<UploadRecipe>();
+    if (const auto recipe = recipeNamed(name, *recipes_)) return recipe->settings();
+    throw UsageError(option_ + " expects one of " + recipeNames(*recipes_) + ", not " + inQuotes(name));
+}
+
+void ArgumentReader::request(Request request) {
+    if (parsed_.request != Request::fit && parsed_.request != request)
+        throw UsageError("--check and --recipes cannot be used together");
+    parsed_.request = request;
+}
+
+// A requirement's value, remembered so that a value out of range is quoted as it was typed.
+std::string ArgumentReader::typedValue() { return typed_[option_] = value(); }
+
 void ArgumentReader::readOption(const std::string& argument) {
     const std::size_t equals = argument.find('=');
     option_ = argument.substr(0, equals);
     inlineValue_ = equals == std::string::npos ? std::nullopt : std::optional(argument.substr(equals + 1));
     FitOptions& options = parsed_.options;
     if (option_ == "-h" || option_ == "--help") parsed_.request = Request::help;
-    else if (option_ == "--kb") options.settings.targetBytes = kilobytesToBytes(wholeNumber(option_, value()));
-    else if (option_ == "--max-edge") options.settings.maxEdge = wholeNumber(option_, value());
-    else if (option_ == "--exact") applyExact(option_, value(), options.settings);
+    else if (option_ == "--kb") options.settings.targetBytes = kilobytesToBytes(wholeNumber(option_, typedValue()));
+    else if (option_ == "--max-edge") options.settings.maxEdge = wholeNumber(option_, typedValue());
+    else if (option_ == "--exact") applyExact(option_, typedValue(), options.settings);
     else if (option_ == "--crop") options.crop = cropPosition(option_, value()), cropGiven_ = true;
     else if (option_ == "--format") options.settings.outputFormat = outputFormat(option_, value());
-    else if (option_ == "--recipe") options.settings = exampleSettings(option_, value());
+    else if (option_ == "--recipe") options.settings = recipeSettings(value());
+    else if (option_ == "--check") request(Request::check);
+    else if (option_ == "--recipes") request(Request::listRecipes);
     else if (option_ == "--jobs") options.jobs = jobCount(option_, value());
     else if (option_ == "--json") options.json = true;
     else if (option_ == "--out") options.outputDirectory = value(), outGiven_ = true;
@@ -157,9 +182,32 @@ void ArgumentReader::readOption(const std::string& argument) {
 
 void ArgumentReader::finish() {
     const FitOptions& options = parsed_.options;
-    if (!outGiven_ || options.outputDirectory.empty()) throw UsageError("--out DIR is required");
+    if (parsed_.request == Request::listRecipes) {
+        if (outGiven_ || !options.inputs.empty()) throw UsageError("--recipes takes no files, folders or --out");
+        return;
+    }
+    if (parsed_.request == Request::check && outGiven_) throw UsageError("--check writes nothing: leave out --out");
+    if (parsed_.request == Request::fit && (!outGiven_ || options.outputDirectory.empty()))
+        throw UsageError("--out DIR is required");
     if (options.inputs.empty()) throw UsageError("name at least one image or folder");
     if (cropGiven_ && !options.settings.isExact()) throw UsageError("--crop applies only with --exact WxH");
+    checkRanges();
+}
+
+// Recipes are always valid, so a requirement out of range was typed: the last option that set it
+// is named with what it accepts.
+void ArgumentReader::checkRanges() const {
+    const FitSettings& settings = parsed_.options.settings;
+    const auto typed = [this](const std::string& option) {
+        const auto text = typed_.find(option);
+        return text == typed_.end() ? std::string() : text->second;
+    };
+    if (!settings.hasValidTarget())
+        throw outOfRange("--kb", range(kMinTargetBytes / kBytesPerKB, kMaxTargetBytes / kBytesPerKB), typed("--kb"));
+    if (!settings.hasValidMaxEdge())
+        throw outOfRange("--max-edge", "0 or " + range(kMinMaxEdge, kMaxMaxEdge), typed("--max-edge"));
+    if (!settings.hasValidExactSize())
+        throw outOfRange("--exact", range(kMinExactSide, kMaxExactSide) + " per side, or 0x0", typed("--exact"));
 }
 
 std::string extensionList() {
@@ -170,13 +218,18 @@ std::string extensionList() {
 
 }  // namespace
 
-ParsedArguments parseArguments(const std::vector<std::string>& arguments) { return ArgumentReader(arguments).read(); }
+ParsedArguments parseArguments(const std::vector<std::string>& arguments, const RecipeLibrary& library) {
+    return ArgumentReader(arguments, library).read();
+}
 
 unsigned defaultJobs() { return std::clamp(std::thread::hardware_concurrency(), 1u, kMostJobs); }
 
 std::string usageLine() {
     return "Usage: parcelo-fit [--kb N] [--max-edge N] [--exact WxH [--crop X,Y]] [--format auto|jpeg|png]\n"
-           "                   [--recipe NAME] [--jobs N] [--json] --out DIR FILE_OR_FOLDER...\n";
+           "                   [--recipe NAME] [--jobs N] [--json] --out DIR FILE_OR_FOLDER...\n"
+           "       parcelo-fit --check [--kb N] [--max-edge N] [--exact WxH] [--format F] [--recipe NAME]\n"
+           "                   [--json] FILE_OR_FOLDER...\n"
+           "       parcelo-fit --recipes [--json]\n";
 }
 
 std::string helpText() {
@@ -198,23 +251,30 @@ std::string helpText() {
          << "                  edge, 1 the right or bottom edge (default 0.5,0.5, centred).\n"
          << "  --format F      auto: PNG when the image has transparency, else JPEG; jpeg: transparency\n"
          << "                  flattened onto white; png: transparency kept (default auto).\n"
-         << "  --recipe NAME   Take the requirements of a built-in recipe, one of\n"
-         << "                  " << exampleNames() << ".\n"
-         << "                  Options after it override it.\n\n"
+         << "  --recipe NAME   Take the requirements of a recipe saved in Parcelo, or of an example:\n"
+         << "                  " << recipeNames({}) << ".\n"
+         << "                  Letter case does not matter. Options after it override it.\n\n"
          << "Running:\n"
          << "  --out DIR       Folder for the copies, created when missing. A copy of photo.heic is saved\n"
          << "                  as photo-parcelo.jpg; existing files are never replaced (-parcelo-2, -3, \u2026).\n"
          << "  --jobs N        Fit N images at once, 1\u2013" << kMostJobs << " (default: one per core, here "
          << defaultJobs() << ").\n"
-         << "  --json          One JSON object per image on standard output; the summary goes to\n"
-         << "                  standard error.\n"
+         << "  --json          One JSON object per image (or recipe) on standard output; the summary\n"
+         << "                  goes to standard error.\n"
+         << "  --check         Write nothing; tell for each file whether it meets the requirements as it\n"
+         << "                  is: JPEG or PNG as --format allows, within the size limit, within the edge\n"
+         << "                  or exactly the exact size, upright, without metadata (EXIF, GPS, XMP,\n"
+         << "                  IPTC, comments) and in sRGB. Each line names what fails.\n"
+         << "  --recipes       List the recipes saved in Parcelo and the examples, with their requirements.\n"
          << "  -h, --help      Show this help.\n\n"
          << "Folders are searched, with all their subfolders, for files ending in\n"
          << extensionList() << ";\n"
-         << "hidden files and links inside folders are left out. Files named directly are always tried.\n"
-         << "Ctrl+C stops after the copy being written; copies already saved stay.\n\n"
-         << "Exit status: 0 when every copy was saved, 1 when any image failed, 2 for a usage error or\n"
-         << "requirements out of range, 130 when stopped.\n";
+         << "hidden files and links inside folders are left out, and each item left out is named.\n"
+         << "Files named directly are always tried. Ctrl+C stops after the copy being written; copies\n"
+         << "already saved stay.\n\n"
+         << "Exit status: 0 when every copy was saved (with --check: every file meets the requirements),\n"
+         << "1 when any image failed (or does not meet them), 2 for a usage error or requirements out of\n"
+         << "range, 130 when stopped.\n";
     return help.str();
 }
 

@@ -5,12 +5,14 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <functional>
 #include <stdexcept>
 #include <string>
 #include <vector>
 
 #include "CropPosition.h"
 #include "FitSettings.h"
+#include "UploadRecipe.h"
 
 namespace parcelo::cli {
 
@@ -34,7 +36,12 @@ struct FitOptions {
     unsigned jobs = 1;
 };
 
-enum class Request { fit, help };
+// Fit copies; check files as they are; list the recipes; show the help.
+enum class Request { fit, check, listRecipes, help };
+
+// The user's recipe library as the app stored it. Read once at most, and only when a recipe
+// is named or listed.
+using RecipeLibrary = std::function<std::vector<UploadRecipe>()>;
 
 struct ParsedArguments {
     Request request = Request::fit;
@@ -48,9 +55,10 @@ public:
 };
 
 // Reads the arguments after the program name. Options apply in the order given, so an
-// option after --recipe overrides the recipe. Throws UsageError. Requirements out of
-// range are not refused here: the caller checks FitSettings::isValid.
-ParsedArguments parseArguments(const std::vector<std::string>& arguments);
+// option after --recipe overrides the recipe. Throws UsageError, also for requirements out
+// of range, naming the option and what it accepts.
+// A recipe is looked up in `library`, then among the examples.
+ParsedArguments parseArguments(const std::vector<std::string>& arguments, const RecipeLibrary& library = {});
 
 // How many images are fitted at once when --jobs is not given: one per core.
 unsigned defaultJobs();

@@ -9,12 +9,16 @@
 #include <optional>
 #include <set>
 
+#include <nlohmann/json.hpp>
+
 #include "ByteCountFormat.h"
-#include "FitArguments.h"
 #include "FitError.h"
+#include "CheckRun.h"
+#include "FitArguments.h"
 #include "FitRun.h"
 #include "ImageImport.h"
 #include "ProgressBar.h"
+#include "RequirementSummary.h"
 
 namespace parcelo::cli {
 
@@ -26,17 +30,22 @@ constexpr const char* kProgram = "parcelo-fit: ";
 // The command line has no batch limit; the folder scan's entry cap still bounds a folder.
 constexpr std::int64_t kNoBatchLimit = std::numeric_limits<std::int64_t>::max();
 
-std::string plural(std::int64_t count, const char* one, const char* many) {
-    return std::to_string(count) + " " + (count == 1 ? one : many);
+std::string_view leftOutWords(LeftOut reason) {
+    switch (reason) {
+    case LeftOut::link: return " (a link)";
+    case LeftOut::notAFile: return " (not a file)";
+    case LeftOut::unsupported: return " (not a supported image)";
+    case LeftOut::unreadable: break;
+    }
+    return "";
 }
 
-void noteLeftOut(std::ostream& err, const fs::path& folder, const ImportSelection& selection) {
-    if (selection.skipped > 0)
-        err << kProgram << folder.string() << ": left out " << plural(selection.skipped, "item", "items")
-            << " (links, and files that aren\u2019t supported images)\n";
-    if (selection.unreadable > 0)
-        err << kProgram << folder.string() << ": "
-            << plural(selection.unreadable, "folder or entry", "folders or entries") << " couldn\u2019t be read\n";
+// Every item of a folder that was left out, one line each, so that none goes unnoticed.
+void noteLeftOut(std::ostream& err, const std::vector<std::pair<fs::path, LeftOut>>& leftOut) {
+    for (const auto& [location, reason] : leftOut) {
+        if (reason == LeftOut::unreadable) err << kProgram << "couldn\u2019t read " << location.string() << "\n";
+        else err << kProgram << "left out " << location.string() << leftOutWords(reason) << "\n";
+    }
 }
 
 // A folder named on the command line is walked even when it is a link: the user chose it.
@@ -60,8 +69,11 @@ std::vector<fs::path> collectSources(const std::vector<fs::path>& inputs, std::o
             if (seen.insert(ImageImport::standardized(input)).second) sources.push_back(input);
             continue;
         }
-        const ImportSelection selection = ImageImport::expand({folderToWalk(input)}, seen, kNoBatchLimit, stopToken);
-        noteLeftOut(err, input, selection);
+        std::vector<std::pair<fs::path, LeftOut>> leftOut;
+        const ImportSelection selection =
+            ImageImport::expand({folderToWalk(input)}, seen, kNoBatchLimit, stopToken,
+                                [&leftOut](const fs::path& location, LeftOut reason) { leftOut.emplace_back(location, reason); });
+        noteLeftOut(err, leftOut);
         seen.insert(selection.urls.begin(), selection.urls.end());
         sources.insert(sources.end(), selection.urls.begin(), selection.urls.end());
     }
@@ -80,7 +92,7 @@ bool prepareOutputFolder(const fs::path& folder, std::ostream& err) {
 void tally(RunTotals& totals, const ImageReport& report) {
     if (const auto* copy = std::get_if<SavedCopy>(&report.outcome)) {
         ++totals.saved;
-        totals.savedBytes += std::max<std::int64_t>(0, copy->originalBytes - copy->bytes);
+        totals.savedBytes += copy->originalBytes - copy->bytes;
     } else {
         ++totals.failed;
     }
@@ -108,11 +120,8 @@ int fitAll(const FitOptions& options, std::vector<fs::path> sources, const Conso
     return exitStatus(totals);
 }
 
-int run(const FitOptions& options, const Console& console, const std::stop_token& stopToken) {
-    if (!options.settings.isValid()) {
-        console.err << kProgram << FitError(FitError::Case::invalidSettings).errorDescription() << '\n';
-        return kExitUsage;
-    }
+int run(const ParsedArguments& parsed, const Console& console, const std::stop_token& stopToken) {
+    const FitOptions& options = parsed.options;
     std::vector<fs::path> sources;
     try {
         sources = collectSources(options.inputs, console.err, stopToken);
@@ -127,16 +136,19 @@ int run(const FitOptions& options, const Console& console, const std::stop_token
         console.err << kProgram << "no images found in the files and folders given\n";
         return kExitSomeFailed;
     }
+    if (parsed.request == Request::check)
+        return runChecks(sources, options.settings, options.json, console, stopToken);
     if (!prepareOutputFolder(options.outputDirectory, console.err)) return kExitSomeFailed;
     return fitAll(options, std::move(sources), console, stopToken);
 }
 
 }  // namespace
 
-int runFitCommand(const std::vector<std::string>& arguments, const Console& console, std::stop_token stopToken) {
+int runFitCommand(const std::vector<std::string>& arguments, const Console& console, const RecipeLibrary& library,
+                  std::stop_token stopToken) {
     ParsedArguments parsed;
     try {
-        parsed = parseArguments(arguments);
+        parsed = parseArguments(arguments, library);
     } catch (const UsageError& error) {
         console.err << kProgram << error.what() << '\n' << usageLine() << "Run parcelo-fit --help for every option.\n";
         return kExitUsage;
@@ -145,7 +157,33 @@ int runFitCommand(const std::vector<std::string>& arguments, const Console& cons
         console.out << helpText();
         return kExitAllSaved;
     }
-    return run(parsed.options, console, stopToken);
+    if (parsed.request == Request::listRecipes) {
+        console.out << recipeListing(library ? library() : std::vector<UploadRecipe>(), parsed.options.json);
+        return kExitAllSaved;
+    }
+    return run(parsed, console, stopToken);
+}
+
+std::string recipeListing(const std::vector<UploadRecipe>& library, bool json) {
+    std::size_t widest = 0;
+    for (const auto* list : {&library, &UploadRecipe::examples()})
+        for (const UploadRecipe& recipe : *list) widest = std::max(widest, characterCount(recipe.name()));
+    std::string listing;
+    const auto add = [&](const std::vector<UploadRecipe>& recipes, const char* heading, bool example) {
+        if (!json && !recipes.empty()) listing += std::string(heading) + "\n";
+        for (const UploadRecipe& recipe : recipes) {
+            const std::string summary = requirementSummary(recipe.settings());
+            if (json)
+                listing += nlohmann::json{{"name", recipe.name()}, {"example", example}, {"summary", summary},
+                                          {"settings", recipe.settings()}}.dump() + "\n";
+            else
+                listing += "  " + recipe.name() + std::string(widest + 2 - characterCount(recipe.name()), ' ') +
+                           summary + "\n";
+        }
+    };
+    add(library, "Your recipes", false);
+    add(UploadRecipe::examples(), "Examples \u00b7 check your own requirements", true);
+    return listing;
 }
 
 std::string summaryLine(const RunTotals& totals) {
@@ -161,8 +199,11 @@ std::string summaryLine(const RunTotals& totals) {
         line = "Saved " + std::to_string(totals.saved) + " of " + std::to_string(totals.total) + " " +
                (totals.total == 1 ? "copy" : "copies");
     if (totals.failed > 0) line += " \u00b7 " + std::to_string(totals.failed) + " failed";
-    if (totals.saved > 0) line += " \u00b7 " + formatByteCount(totals.savedBytes) + " smaller than the originals";
-    return line;
+    if (totals.saved == 0) return line;
+    if (totals.savedBytes == 0) return line + " \u00b7 the same size as the originals";
+    const bool smaller = totals.savedBytes > 0;
+    return line + " \u00b7 " + formatByteCount(smaller ? totals.savedBytes : -totals.savedBytes) +
+           (smaller ? " smaller" : " larger") + " than the originals";
 }
 
 }  // namespace parcelo::cli

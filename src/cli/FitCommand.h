@@ -10,6 +10,8 @@
 #include <string>
 #include <vector>
 
+#include "FitArguments.h"
+
 namespace parcelo::cli {
 
 inline constexpr int kExitAllSaved = 0;
@@ -25,19 +27,25 @@ struct Console {
 };
 
 // Runs parcelo-fit with the arguments after the program name and returns its exit status.
+// Recipes named on the command line are looked up in `library`, then among the examples.
 int runFitCommand(const std::vector<std::string>& arguments, const Console& console,
-                  std::stop_token stopToken = {});
+                  const RecipeLibrary& library = {}, std::stop_token stopToken = {});
+
+// Each recipe with its requirements, the user's first, as text under the app's headings or as
+// one JSON object a line.
+std::string recipeListing(const std::vector<UploadRecipe>& library, bool json);
 
 // What a run came to, for its closing line.
 struct RunTotals {
     std::size_t total = 0;
     std::size_t saved = 0;
     std::size_t failed = 0;
-    std::int64_t savedBytes = 0;  // what the copies save against their originals
+    std::int64_t savedBytes = 0;  // the originals' bytes less the copies', over every copy saved: negative when they grew
     bool stopped = false;
 };
 
-// "Saved 12 copies · 38.4 MB smaller than the originals", with the failures and the stop.
+// "Saved 12 copies · 38.4 MB smaller than the originals" (or larger, when they grew on the
+// whole), with the failures and the stop.
 std::string summaryLine(const RunTotals& totals);
 
 }  // namespace parcelo::cli

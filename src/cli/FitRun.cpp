@@ -140,16 +140,16 @@ std::optional<Fitted> Pipeline::take(std::size_t index, const ProgressHandler& p
     return fitted;
 }
 
-std::string upper(std::string text) {
-    std::transform(text.begin(), text.end(), text.begin(),
-                   [](char c) { return (c >= 'a' && c <= 'z') ? static_cast<char>(c - 'a' + 'A') : c; });
-    return text;
-}
-
 // The --format name of what a copy was saved as.
 std::string formatName(const std::string& fileExtension) { return fileExtension == "jpg" ? "jpeg" : fileExtension; }
 
 }  // namespace
+
+std::string upperCase(std::string text) {
+    std::transform(text.begin(), text.end(), text.begin(),
+                   [](char c) { return (c >= 'a' && c <= 'z') ? static_cast<char>(c - 'a' + 'A') : c; });
+    return text;
+}
 
 bool runFits(const FitJob& job, std::stop_token stopToken, const ReportHandler& report,
              const ProgressHandler& progress) {
@@ -169,7 +169,7 @@ std::string textLine(const ImageReport& report) {
     if (const auto* failure = std::get_if<Failure>(&report.outcome)) return sourceName + ": " + failure->message;
     const auto& copy = std::get<SavedCopy>(report.outcome);
     return sourceName + " \u2192 " + copy.output.filename().string() + " \u00b7 " + std::to_string(copy.width) +
-           " \u00d7 " + std::to_string(copy.height) + " \u00b7 " + upper(copy.fileExtension) + " \u00b7 " +
+           " \u00d7 " + std::to_string(copy.height) + " \u00b7 " + upperCase(copy.fileExtension) + " \u00b7 " +
            formatByteCount(copy.bytes);
 }
 

@@ -61,6 +61,9 @@ bool runFits(const FitJob& job, std::stop_token stopToken, const ReportHandler& 
 // "Storm.jpg → Storm-parcelo.jpg · 1920 × 1280 · JPG · 512 KB" or "notes.jpg: {message}".
 std::string textLine(const ImageReport& report);
 
+// ASCII letters in capitals, as formats are shown: "jpg" → "JPG".
+std::string upperCase(std::string text);
+
 // One JSON object: source, output, width, height, format, bytes, originalBytes, error.
 std::string jsonLine(const ImageReport& report);
 

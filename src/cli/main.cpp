@@ -10,10 +10,11 @@
 
 #include "FitCommand.h"
 #include "SignalStop.h"
+#include "StoredRecipes.h"
 
 int main(int argc, char* argv[]) {
     const parcelo::cli::SignalStop signalStop;  // first, before any other thread exists
     const std::vector<std::string> arguments(argv + 1, argv + argc);
     return parcelo::cli::runFitCommand(arguments, {std::cout, std::cerr, ::isatty(STDERR_FILENO) == 1},
-                                       signalStop.token());
+                                       parcelo::cli::storedRecipes, signalStop.token());
 }

@@ -9,10 +9,14 @@
 #include <cstdio>
 #include <optional>
 
+#include <QByteArray>
+#include <QSettings>
+#include <QString>
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
 #include "FitCommand.h"
+#include "UploadRecipe.h"
 #include "TestSupport.h"
 
 namespace parcelo::cli {
@@ -129,6 +133,76 @@ TEST(FitBinary, CtrlCStopsCleanlyAndKeepsWhatWasSaved) {
         EXPECT_TRUE(std::binary_search(saved.begin(), saved.end(), file)) << file;
         EXPECT_NO_THROW(vips::VImage::new_from_file(file.c_str(), vips::VImage::option()->set("fail", true)).avg()) << file;
     }
+}
+
+// Sets an environment variable for the processes started while it lives.
+class ScopedEnvironment {
+public:
+    ScopedEnvironment(const char* name, const std::string& value) : name_(name) { ::setenv(name, value.c_str(), 1); }
+    ~ScopedEnvironment() { ::unsetenv(name_); }
+    ScopedEnvironment(const ScopedEnvironment&) = delete;
+    ScopedEnvironment& operator=(const ScopedEnvironment&) = delete;
+
+private:
+    const char* name_;
+};
+
+// Each file of a folder tree with its size and time of change: what a program that only
+// reads must leave as it was.
+std::vector<std::pair<fs::path, fs::file_time_type>> treeState(const fs::path& folder) {
+    std::vector<std::pair<fs::path, fs::file_time_type>> state;
+    for (const auto& entry : fs::recursive_directory_iterator(folder)) state.emplace_back(entry.path(), entry.last_write_time());
+    std::sort(state.begin(), state.end());
+    return state;
+}
+
+// The app's preferences are where QSettings keeps those of "Parcelo"; the library in them is
+// only read, and its recipes are listed and used by name.
+TEST(FitBinary, UsesTheRecipesSavedInTheApp) {
+    ScratchFolder scratch;
+    {
+        QSettings preferences(QString::fromStdString((scratch / "config/Parcelo/Parcelo.conf").string()),
+                              QSettings::IniFormat);
+        preferences.setValue(kStoredRecipesKey, QByteArray(R"([{"id": "6B29FC40-CA47-1067-B31D-00DD010662DA",
+            "name": "Shop photo", "settings": {"targetBytes": 30000, "maxEdge": 0, "outputFormat": "jpeg",
+            "exactWidth": 320, "exactHeight": 240}}])"));
+    }
+    const auto config = treeState(scratch / "config");
+    const ScopedEnvironment home("XDG_CONFIG_HOME", (scratch / "config").string());
+    FitProcess list({"--recipes"}, scratch / "err.txt");
+    EXPECT_EQ(list.wait(), kExitAllSaved);
+    EXPECT_EQ(linesOf(list.out()).at(1), "  Shop photo        \u2264 30 KB \u00b7 320 \u00d7 240 px \u00b7 JPEG");
+
+    const fs::path photo = save(photoLike(400, 400), scratch / "photo.png");
+    FitProcess fit({"--recipe", "SHOP PHOTO", "--out", (scratch / "out").string(), photo.string()}, scratch / "err.txt");
+    EXPECT_EQ(fit.wait(), kExitAllSaved) << fit.err();
+    const vips::VImage copy = vips::VImage::new_from_file((scratch / "out/photo-parcelo.jpg").c_str());
+    EXPECT_EQ(std::pair(copy.width(), copy.height()), std::pair(320, 240));
+    EXPECT_LE(fs::file_size(scratch / "out/photo-parcelo.jpg"), 30'000u);
+    EXPECT_EQ(treeState(scratch / "config"), config);
+}
+
+// Parcelo's own copies meet the requirements they were made for; originals with a location, a
+// turn or too many pixels do not, and say why.
+TEST(FitBinary, CopiesMeetTheirRequirementsAndOriginalsSayWhyNot) {
+    REQUIRE_CORPUS();
+    ScratchFolder scratch;
+    const std::string out = (scratch / "out").string();
+    FitProcess fit({"--recipe", "Square thumbnail", "--out", out, corpusDir().string()}, scratch / "err.txt");
+    EXPECT_EQ(fit.wait(), kExitSomeFailed);  // the corpus's refused files
+    const std::size_t copies = filesIn(out).size();
+    ASSERT_GE(copies, 40u) << fit.out();
+    FitProcess check({"--check", "--recipe", "Square thumbnail", out}, scratch / "err.txt");
+    EXPECT_EQ(check.wait(), kExitAllSaved) << check.out();
+    EXPECT_EQ(linesOf(check.out()).back(), std::to_string(copies) + " of " + std::to_string(copies) + " images meet the requirements");
+
+    FitProcess originals({"--check", "--kb", "500", "--max-edge", "1920", (corpusDir() / "orientation/landscape-6.jpg").string(),
+                          (corpusDir() / "photos/Flow-5120x2880.jpg").string()}, scratch / "err.txt");
+    EXPECT_EQ(originals.wait(), kExitSomeFailed);
+    EXPECT_EQ(linesOf(originals.out()), (std::vector<std::string>{
+        "landscape-6.jpg \u00b7 not upright \u00b7 has GPS",
+        "Flow-5120x2880.jpg \u00b7 3.9 MB over 500 KB \u00b7 5120 \u00d7 2880 over 1920 px",
+        "0 of 2 images meet the requirements"}));
 }
 
 }  // namespace

@@ -29,10 +29,16 @@ struct CommandRun {
     std::string err;
 };
 
+// A library as the app would have stored it: a recipe of the user's own, and one named like an example.
+std::vector<UploadRecipe> savedRecipes() {
+    return {{Uuid::random(), "Shop photo", {300'000, 1'200, OutputFormat::jpeg, 640, 480}},
+            {Uuid::random(), "Portrait upload", {150'000, 0, OutputFormat::png, 0, 0}}};
+}
+
 CommandRun fitCommand(const Arguments& arguments) {
     std::ostringstream out;
     std::ostringstream err;
-    const int status = runFitCommand(arguments, {out, err, false});
+    const int status = runFitCommand(arguments, {out, err, false}, savedRecipes);
     return {status, out.str(), err.str()};
 }
 
@@ -41,7 +47,7 @@ std::string messageOf(FitError::Case errorCase) { return std::string(FitError(er
 // The requirements and crop the arguments ask for, in a few words, or the words that refuse them.
 std::string readingOf(const Arguments& arguments) {
     try {
-        const FitOptions options = parseArguments(arguments).options;
+        const FitOptions options = parseArguments(arguments, savedRecipes).options;
         const FitSettings& settings = options.settings;
         std::ostringstream reading;
         reading << settings.targetBytes << " bytes, edge " << settings.maxEdge << ", " << rawValue(settings.outputFormat)
@@ -66,16 +72,23 @@ TEST(FitArguments, OptionsBecomeRequirementsOrAreRefusedByName) {
         {{"--kb", "200", "--max-edge", "0", "--format", "png", "--exact", "600x800", "--crop", "0,1"},
          "200000 bytes, edge 0, png, exact 600x800, crop 0,1"},
         {{"--kb=300", "--exact=64\u00d7128"}, "300000 bytes, edge 2560, auto, exact 64x128, crop 0.5,0.5"},
-        {{"--recipe", "Portrait upload", "--kb", "150", "--format", "auto"}, "150000 bytes, edge 2560, auto, exact 600x800, crop 0.5,0.5"},
+        {{"--recipe", "Square thumbnail", "--kb", "150", "--format", "auto"}, "150000 bytes, edge 2560, auto, exact 600x600, crop 0.5,0.5"},
+        {{"--recipe", " shop PHOTO "}, "300000 bytes, edge 1200, jpeg, exact 640x480, crop 0.5,0.5"},
+        {{"--recipe", "portrait upload"}, "150000 bytes, edge 0, png, exact 0x0, crop 0.5,0.5"},
         {{"--kb", "150", "--exact", "100x100", "--recipe", "Web photo"}, "500000 bytes, edge 1920, auto, exact 0x0, crop 0.5,0.5"},
         {{"--recipe", "Square thumbnail", "--crop", "0.25,0.75"}, "200000 bytes, edge 2560, jpeg, exact 600x600, crop 0.25,0.75"},
         {{"--recipe", "Square thumbnail", "--exact", "0X0"}, "200000 bytes, edge 2560, jpeg, exact 0x0, crop 0.5,0.5"},
         {{"--kb", "1e3"}, notNumber("--kb", "1e3")},
         {{"--exact", "600"}, "--exact expects WIDTHxHEIGHT, like 600x800, not \u201c600\u201d"},
         {{"--format", "JPEG"}, "--format expects auto, jpeg or png, not \u201cJPEG\u201d"},
-        {{"--jobs", "65"}, "--jobs expects 1 to 64, not \u201c65\u201d"},
-        {{"--recipe", "web photo"}, "--recipe expects one of \u201cWeb photo\u201d, \u201cSquare thumbnail\u201d, "
-                                    "\u201cPortrait upload\u201d, not \u201cweb photo\u201d"},
+        {{"--jobs", "65"}, "--jobs expects 1\u201364, not \u201c65\u201d"},
+        {{"--kb", "9", "--max-edge", "9"}, "--kb expects 10\u201325000, not \u201c9\u201d"},
+        {{"--kb", "9223372036854775"}, "--kb expects 10\u201325000, not \u201c9223372036854775\u201d"},
+        {{"--max-edge", "8193"}, "--max-edge expects 0 or 64\u20138192, not \u201c8193\u201d"},
+        {{"--exact", "0x64", "--max-edge", "0"}, "--exact expects 64\u20134096 per side, or 0x0, not \u201c0x64\u201d"},
+        {{"--kb", "5", "--recipe", "Web photo"}, "500000 bytes, edge 1920, auto, exact 0x0, crop 0.5,0.5"},
+        {{"--recipe", "Shop"}, "--recipe expects one of \u201cShop photo\u201d, \u201cPortrait upload\u201d, "
+                               "\u201cWeb photo\u201d, \u201cSquare thumbnail\u201d, \u201cPortrait upload\u201d, not \u201cShop\u201d"},
         {{"--exact", "9x9", "--crop", "1.01,0"}, badCrop("1.01,0")},
         {{"--exact", "9x9", "--crop", "0.5;0.5"}, badCrop("0.5;0.5")},
         {{"--crop", "0,0"}, "--crop applies only with --exact WxH"},
@@ -90,6 +103,10 @@ TEST(FitArguments, OptionsBecomeRequirementsOrAreRefusedByName) {
     EXPECT_EQ(readingOf({"--out=", "photo.jpg"}), "--out DIR is required");
     EXPECT_EQ(readingOf({"--out", "out"}), "name at least one image or folder");
     EXPECT_EQ(readingOf({"--out"}), "--out needs a value");
+    EXPECT_EQ(readingOf({"--check", "--kb", "20", "photo.jpg"}), "20000 bytes, edge 2560, auto, exact 0x0, crop 0.5,0.5");
+    EXPECT_EQ(readingOf({"--check", "--out", "out", "photo.jpg"}), "--check writes nothing: leave out --out");
+    EXPECT_EQ(readingOf({"--recipes", "photo.jpg"}), "--recipes takes no files, folders or --out");
+    EXPECT_EQ(readingOf({"--recipes", "--check"}), "--check and --recipes cannot be used together");
     // After "--" every argument is an input, even one that looks like an option.
     const FitOptions dashes = parseArguments({"--jobs=3", "--out", "o", "a.jpg", "--", "-odd.jpg", "--json"}).options;
     EXPECT_EQ(std::tie(dashes.inputs, dashes.json, dashes.jobs),
@@ -103,7 +120,7 @@ TEST(FitArguments, HelpIsAskedForAnywhereAndDocumentsEveryOption) {
     for (const std::string& text : std::vector<std::string>{
              "1,000 bytes: 10\u201325000 (default 1000).\n", "pixels: 64\u20138192, or 0 to keep the original size\n",
              "Fit N images at once, 1\u201364 (default: one per core, here " + std::to_string(defaultJobs()) + ").\n",
-             "Exit status: 0 when every copy was saved, 1 when any image failed, 2 for a usage error or\n"})
+             "Exit status: 0 when every copy was saved (with --check: every file meets the requirements),\n"})
         EXPECT_NE(run.out.find(text), std::string::npos) << text;
 }
 
@@ -127,17 +144,10 @@ protected:
 // with nothing to fit or nowhere to save exits with 1.
 TEST_F(FitCommandTest, RunsThatCannotStartSayWhyAndSaveNothing) {
     fs::create_directory(folder_ / "empty");
-    const std::string usage =
-        "parcelo-fit: --kb expects a whole number, not \u201clots\u201d\n"
-        "Usage: parcelo-fit [--kb N] [--max-edge N] [--exact WxH [--crop X,Y]] [--format auto|jpeg|png]\n"
-        "                   [--recipe NAME] [--jobs N] [--json] --out DIR FILE_OR_FOLDER...\n"
-        "Run parcelo-fit --help for every option.\n";
-    const std::string invalid = "parcelo-fit: " + messageOf(FitError::Case::invalidSettings) + "\n";
-    // A limit too large to turn into bytes must not wrap round into range.
+    const std::string usage = "parcelo-fit: --kb expects a whole number, not \u201clots\u201d\n" + usageLine() +
+                              "Run parcelo-fit --help for every option.\n";
     const std::vector<std::tuple<Arguments, int, std::string>> cases{
         {{"--kb", "lots", "--out", out(), source("wide.jpg")}, kExitUsage, usage},
-        {{"--kb", "9", "--out", out(), source("wide.jpg")}, kExitUsage, invalid},
-        {{"--kb", "9223372036854775", "--out", out(), source("wide.jpg")}, kExitUsage, invalid},
         {{"--out", out(), source("empty")}, kExitSomeFailed, "parcelo-fit: no images found in the files and folders given\n"},
         {{"--out", source("notes.jpg"), source("wide.jpg")}, kExitSomeFailed,
          "parcelo-fit: couldn\u2019t use " + source("notes.jpg") + " as the output folder: " +
@@ -184,8 +194,7 @@ TEST_F(FitCommandTest, OneLinePerImageInInputOrderAsTextOrJson) {
                                                expectedLine("img10.jpg", copy("img10-parcelo.jpg"), "JPG"),
                                                expectedLine("wide.jpg", copy("wide-parcelo-2.jpg"), "JPG")}));
     // No progress bar off a terminal.
-    EXPECT_EQ(run.err, "parcelo-fit: " + more.string() +
-                           ": left out 1 item (links, and files that aren\u2019t supported images)\n");
+    EXPECT_EQ(run.err, "parcelo-fit: left out " + (more / "readme.txt").string() + " (not a supported image)\n");
     for (const fs::path& saved : filesIn(out())) EXPECT_LE(fs::file_size(saved), 30'000u) << saved;
 
 
@@ -207,6 +216,50 @@ TEST_F(FitCommandTest, OneLinePerImageInInputOrderAsTextOrJson) {
     EXPECT_EQ(linesOf(json.err).back(), linesOf(run.out).back());
 }
 
+// --check writes nothing and names what fails, in the words of the limits asked for; as JSON it
+// gives the facts. The run fails unless every file meets the requirements.
+TEST_F(FitCommandTest, CheckNamesWhatFailsAndWritesNothing) {
+    const std::vector<fs::path> before = filesIn(folder_.path());
+    const std::string wideSize = formatByteCount(static_cast<std::int64_t>(fs::file_size(source("wide.jpg"))));  // with libvips's EXIF
+    const std::string tallSize = formatByteCount(static_cast<std::int64_t>(fs::file_size(source("tall.png"))));
+    const CommandRun run = fitCommand({"--check", "--kb", "10", "--max-edge", "300", "--format", "jpeg",
+                                       source("wide.jpg"), source("tall.png"), source("notes.jpg")});
+    EXPECT_EQ(run.status, kExitSomeFailed);
+    EXPECT_EQ(linesOf(run.out),
+              (std::vector<std::string>{"wide.jpg \u00b7 " + wideSize + " over 10 KB \u00b7 400 \u00d7 300 over 300 px \u00b7 has EXIF",
+                                        "tall.png \u00b7 PNG, not JPEG \u00b7 " + tallSize + " over 10 KB \u00b7 200 \u00d7 320 over 300 px",
+                                        "notes.jpg: " + messageOf(FitError::Case::unreadable),
+                                        "0 of 3 images meet the requirements"}));
+
+    const CommandRun json = fitCommand({"--check", "--json", "--exact", "200x320", source("tall.png")});
+    EXPECT_EQ(std::tie(json.status, json.err), std::tie(kExitAllSaved, "The image meets the requirements\n"));
+    EXPECT_EQ(nlohmann::json::parse(json.out),
+              (nlohmann::json{{"source", source("tall.png")}, {"format", "png"}, {"bytes", fs::file_size(source("tall.png"))},
+                              {"width", 200}, {"height", 320}, {"orientation", 1}, {"metadata", nlohmann::json::array()},
+                              {"sRGB", true}, {"meetsRequirements", true}, {"failed", nlohmann::json::array()},
+                              {"error", nullptr}}));
+    EXPECT_EQ(filesIn(folder_.path()), before);
+}
+
+// The user's recipes, then the examples, each with the app's summary of its requirements.
+TEST(RecipeListing, ListsEachRecipeWithItsRequirements) {
+    EXPECT_EQ(fitCommand({"--recipes"}).out,
+              "Your recipes\n"
+              "  Shop photo        \u2264 300 KB \u00b7 640 \u00d7 480 px \u00b7 JPEG\n"
+              "  Portrait upload   \u2264 150 KB \u00b7 Up to 8192 px \u00b7 PNG\n"
+              "Examples \u00b7 check your own requirements\n"
+              "  Web photo         \u2264 500 KB \u00b7 Up to 1920 px \u00b7 Auto format\n"
+              "  Square thumbnail  \u2264 200 KB \u00b7 600 \u00d7 600 px \u00b7 JPEG\n"
+              "  Portrait upload   \u2264 200 KB \u00b7 600 \u00d7 800 px \u00b7 JPEG\n");
+    const std::vector<std::string> json = linesOf(fitCommand({"--recipes", "--json"}).out);
+    ASSERT_EQ(json.size(), 5u);
+    EXPECT_EQ(nlohmann::json::parse(json[0]),
+              (nlohmann::json{{"name", "Shop photo"}, {"example", false},
+                              {"summary", "\u2264 300 KB \u00b7 640 \u00d7 480 px \u00b7 JPEG"},
+                              {"settings", FitSettings{300'000, 1'200, OutputFormat::jpeg, 640, 480}}}));
+    EXPECT_EQ(nlohmann::json::parse(json[4]).at("example"), true);
+}
+
 TEST(FitSummary, SaysWhatWasSavedFailedAndGained) {
     const std::string gained = "4.2 MB smaller than the originals";
     const std::vector<std::pair<RunTotals, std::string>> cases{
@@ -217,6 +270,9 @@ TEST(FitSummary, SaysWhatWasSavedFailedAndGained) {
         {{.total = 9, .saved = 1, .savedBytes = 4'200'000, .stopped = true},
          "Stopped. Saved 1 of 9 copies before the stop \u00b7 " + gained},
         {{.stopped = true}, "Stopped before any image was fitted"},
+        // A copy that grew counts against the others; the net change is what is told.
+        {{.total = 2, .saved = 2, .savedBytes = -122'000}, "Saved 2 copies \u00b7 122 KB larger than the originals"},
+        {{.total = 1, .saved = 1}, "Saved 1 copy \u00b7 the same size as the originals"},
     };
     for (const auto& [totals, line] : cases) EXPECT_EQ(summaryLine(totals), line);
 }
