@@ -24,8 +24,8 @@ struct Found {
     geometry::PixelSize size;
 };
 
-// Whether a size search starts by trying the first quality at the decoded size, as it does when
-// the limit is generous for the number of pixels.
+// Whether the first-quality file at the decoded size is likely to fit, the limit being generous
+// for the number of pixels: then it is worth encoding while the source is still being decoded.
 bool startsAtFirstQuality(geometry::PixelSize size, std::int64_t targetBytes);
 
 // The first-quality JPEG of an opaque image encoded while it is still being decoded, so the two
@@ -35,7 +35,8 @@ std::optional<std::vector<std::uint8_t>> encodeStreamedAtFirstQuality(const vips
 
 // Size mode: the decoded size first, then each size 0.8 times as large, down to the smallest
 // useful edge. Throws FitError (targetUnreachable, cannotEncode) or CancellationError.
-// firstQualityBytes: the size of the first-quality file at the decoded size when already known.
+// firstQualityBytes: the size of the first-quality file at the decoded size when it is already
+// known to be too big.
 Found searchSizes(const vips::VImage& decoded, std::int64_t targetBytes, bool usePNG, bool keepAlpha,
                   std::optional<std::int64_t> firstQualityBytes, const std::stop_token& stopToken);
 

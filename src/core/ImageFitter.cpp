@@ -33,8 +33,9 @@ std::int64_t decodeEdgeFor(const ValidatedSource& source, const FitSettings& set
     return plan.decodeEdge;
 }
 
-// Whether the first try can be encoded straight from the decoder: a size-mode JPEG of an image
-// without alpha (no transparency to detect) that the search would try at the first quality.
+// Whether the search's first try, the first quality at the decoded size, can be encoded straight
+// from the decoder: a size-mode JPEG of an image without alpha (no transparency to detect) whose
+// limit is generous enough that it will likely fit.
 bool mayStream(const VImage& scaled, const FitSettings& settings) {
     return !settings.isExact() && settings.outputFormat != OutputFormat::png && !detail::hasAlphaBand(scaled) &&
            detail::startsAtFirstQuality({scaled.width(), scaled.height()}, settings.targetBytes);
