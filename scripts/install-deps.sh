@@ -22,6 +22,8 @@ packages=(
   fonts-inter breeze-icon-theme libqt6svg6 qml6-module-qt5compat-graphicaleffects
   # Qt's own file and folder dialogs, used where the desktop offers no Qt 6 platform theme
   qml6-module-qt-labs-folderlistmodel
+  # the desktop's file chooser through the XDG desktop portal, tested in a private D-Bus session
+  xdg-desktop-portal dbus-daemon
   # desktop integration: validators for the desktop entry and AppStream data, the .deb's dependencies
   desktop-file-utils appstream dpkg-dev
   # what a distribution checks: every file's licence, the package

@@ -165,6 +165,7 @@ public:
 
     // ---- Operations ----
     Q_INVOKABLE void chooseFiles();
+    Q_INVOKABLE void chooseFolders();
     Q_INVOKABLE void add(const QList<QUrl>& urls);
     Q_INVOKABLE void fit(bool retryFailed);
     Q_INVOKABLE void pause();
@@ -218,6 +219,8 @@ signals:
     void requirementsChanged();
     // The view shows the open panel ("Choose images or folders") and calls add().
     void chooseFilesRequested();
+    // The same for folders alone, where the desktop's chooser picks files or folders, not both.
+    void chooseFoldersRequested();
     // The view shows the folder chooser ("Save fitted copies") and calls exportTo().
     void exportFolderRequested();
     // The view opens this file in the desktop's image viewer.

@@ -78,6 +78,12 @@ void AppModel::chooseFiles() {
     emit chooseFilesRequested();
 }
 
+void AppModel::chooseFolders() {
+    PARCELO_ASSERT_MAIN_THREAD();
+    if (busy_ || exporting_) return;
+    emit chooseFoldersRequested();
+}
+
 void AppModel::add(const QList<QUrl>& urls) {
     PARCELO_ASSERT_MAIN_THREAD();
     if (busy_ || exporting_ || scanning_) return;

@@ -1,0 +1,72 @@
+// SPDX-FileCopyrightText: 2026 The Parcelo developers
+// SPDX-License-Identifier: GPL-3.0-or-later
+
+#pragma once
+
+#include <optional>
+
+#include <QList>
+#include <QObject>
+#include <QString>
+#include <QUrl>
+#include <QVariantMap>
+
+namespace parcelo {
+
+class AppModel;
+
+// The file and folder choosers the model asks for. The desktop's own chooser answers through the
+// XDG desktop portal (GNOME, KDE, sandboxes) when the session has one; when no portal answers,
+// the view shows Qt's own dialog and hands its choice back here. Either way the choice ends in
+// one model operation. Runs on the main thread.
+class FileChooser : public QObject {
+    Q_OBJECT
+
+public:
+    // What a chooser is for, and so what it lets the user pick.
+    enum class Purpose {
+        addImages,   // several image files: "Choose images or folders"
+        addFolders,  // several folders
+        saveFolder,  // one folder to save into: "Save fitted copies", "Save here"
+    };
+    Q_ENUM(Purpose)
+
+    // The portal's well-known name; tests point the chooser at no portal at all.
+    static constexpr const char* kPortalService = "org.freedesktop.portal.Desktop";
+
+    explicit FileChooser(AppModel& model, QObject* parent = nullptr);
+
+    // The D-Bus name asked for the portal; an empty name means "no portal".
+    void setPortalService(const QString& service) { portalService_ = service; }
+
+    // Shows the chooser: the portal's when one answers, else asks the view for Qt's own.
+    Q_INVOKABLE void choose(parcelo::FileChooser::Purpose purpose);
+    // Qt's own dialog was confirmed with these locations.
+    Q_INVOKABLE void accept(parcelo::FileChooser::Purpose purpose, const QList<QUrl>& urls);
+
+    // The request's options as the portal receives them, for one purpose.
+    [[nodiscard]] static QVariantMap portalOptions(Purpose purpose, const QString& token);
+    [[nodiscard]] static QString title(Purpose purpose);
+
+signals:
+    // No portal answered: the view shows Qt's own dialog for this purpose.
+    void fallbackRequested(parcelo::FileChooser::Purpose purpose);
+    // The desktop's dialog was answered (chosen or cancelled) and the choice handed on.
+    void portalAnswered();
+
+private slots:
+    void portalResponded(uint response, const QVariantMap& results);
+
+private:
+    void askPortal(Purpose purpose);
+    void stopListening();
+
+    AppModel& model_;
+    QString portalService_ = QString::fromLatin1(kPortalService);
+    // The request the portal is answering; none when no portal dialog is open.
+    std::optional<Purpose> pending_;
+    QString requestPath_;
+    int requests_ = 0;
+};
+
+}  // namespace parcelo
