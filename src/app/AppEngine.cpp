@@ -12,6 +12,7 @@
 #include <QJSEngine>
 #include <QPainter>
 #include <QQuickImageProvider>
+#include <QQuickStyle>
 #include <QStandardPaths>
 
 #include "AppLinks.h"
@@ -67,6 +68,11 @@ void applyApplicationLook() {
     if (!QFontDatabase::hasFamily(font.family())) qWarning("the Inter font is not installed; texts use the desktop's font");
     font.setFamilies({QStringLiteral("Inter"), QStringLiteral("sans-serif")});
     QGuiApplication::setFont(font);
+    // One Qt Quick Controls style for every control, menu, tooltip and dialog: Basic draws with
+    // its own light palette, which the window then tints with Parcelo's colours, never with the
+    // desktop's (a dark desktop palette would turn Fusion's menus dark).
+    // Chosen once, before the first view: choosing again after that only earns a warning.
+    if (QQuickStyle::name() != QLatin1String("Basic")) QQuickStyle::setStyle(QStringLiteral("Basic"));
     // Only desktop platforms list the system's icon folders themselves; offscreen lists none.
     QStringList iconFolders = QIcon::themeSearchPaths();
     for (const QString& folder : QStandardPaths::locateAll(QStandardPaths::GenericDataLocation, QStringLiteral("icons"),

@@ -21,8 +21,9 @@ inline const QString kViewsFolder = QStringLiteral("qrc:/qt/qml/Parcelo/");
 // so that what is tested is what runs.
 void prepareEngine(QQmlEngine& engine, AppModel& model);
 
-// Makes Inter the font of every text and Breeze the icon theme, whatever the desktop uses, so
-// that Parcelo looks the same everywhere. Needs the application object.
+// Makes Inter the font of every text, Basic the style of every control and Breeze the icon theme,
+// whatever the desktop uses, so that Parcelo looks the same everywhere. Needs the application
+// object, and comes before any view is loaded.
 void applyApplicationLook();
 
 }  // namespace parcelo

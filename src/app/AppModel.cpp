@@ -180,6 +180,21 @@ QVariantMap AppModel::currentForView() const {
     };
 }
 
+void AppModel::selectNeighbour(int step) {
+    PARCELO_ASSERT_MAIN_THREAD();
+    const auto shown = current();
+    if (!shown) return;
+    const auto last = static_cast<qint64>(items().size()) - 1;
+    const auto position = static_cast<qint64>(items_.position(shown->id).value_or(0));
+    setSelected(items()[static_cast<std::size_t>(std::clamp<qint64>(position + step, 0, last))].id);
+}
+
+QPointF AppModel::cropOf(const QString& id) const {
+    const auto position = items_.position(QUuid(id));
+    const CropPosition crop = position ? items()[*position].crop : CropPosition::center();
+    return {crop.x, crop.y};
+}
+
 // ---- Removing and clearing ----
 
 void AppModel::remove(const QUuid& id) {

@@ -12,6 +12,7 @@
 #include <vector>
 
 #include <QObject>
+#include <QPointF>
 #include <QSettings>
 #include <QThread>
 #include <QThreadPool>
@@ -129,6 +130,12 @@ public:
     [[nodiscard]] qint64 savedBytes() const;
     [[nodiscard]] std::optional<ImageItem> current() const;
     [[nodiscard]] QVariantMap currentForView() const;
+    // Makes the image `step` places after the current one current (before it when negative),
+    // stopping at either end of the list, as Up and Down do in the list.
+    Q_INVOKABLE void selectNeighbour(int step);
+    // The crop position stored for the image with this id; the centre when there is none. The crop
+    // editor starts from it, so that a reopened editor shows the frame where the copy is cut.
+    Q_INVOKABLE QPointF cropOf(const QString& id) const;
     [[nodiscard]] FitSettings appliedSettings() const { return appliedSettings_; }
     // The working folder of this process.
     [[nodiscard]] QString cache() const { return cache_; }
