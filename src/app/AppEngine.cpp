@@ -67,6 +67,11 @@ void applyApplicationLook() {
     QFont font(QStringLiteral("Inter"));
     if (!QFontDatabase::hasFamily(font.family())) qWarning("the Inter font is not installed; texts use the desktop's font");
     font.setFamilies({QStringLiteral("Inter"), QStringLiteral("sans-serif")});
+    // Inter's contextual alternates draw the "x" of "5120x2880" as a multiplication sign, and Qt 6.4
+    // cannot switch one OpenType feature off. Texts that can show file names (rows, paths, hover
+    // help, messages, the file dialogs) must show their real characters, so Latin text is drawn
+    // glyph for glyph from the font's character map; scripts that need shaping are still shaped.
+    font.setStyleStrategy(QFont::PreferNoShaping);
     QGuiApplication::setFont(font);
     // One Qt Quick Controls style for every control, menu, tooltip and dialog: Basic draws with
     // its own light palette, which the window then tints with Parcelo's colours, never with the

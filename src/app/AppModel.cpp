@@ -5,6 +5,7 @@
 
 #include <system_error>
 
+#include <QDesktopServices>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -282,10 +283,21 @@ AppModel::InspectionCopy AppModel::inspectionCopy(const QUuid& id) {
 
 void AppModel::inspect(const QString& id) {
     const InspectionCopy copy = inspectionCopy(QUuid(id));
-    if (copy.location)
-        emit openExternallyRequested(QUrl::fromLocalFile(*copy.location));
-    else
+    if (!copy.location)
         setMessage(BatchTexts::inspectionFailed(copy.error));
+    else if (!QDesktopServices::openUrl(QUrl::fromLocalFile(*copy.location)))
+        setMessage(BatchTexts::inspectionFailed(BatchTexts::noImageViewer));
+}
+
+void AppModel::openOutside(const QUrl& target) {
+    PARCELO_ASSERT_MAIN_THREAD();
+    if (QDesktopServices::openUrl(target)) return;
+    if (target.isLocalFile())
+        setMessage(BatchTexts::folderNotShown(target.toLocalFile()));
+    else if (target.scheme() == QLatin1String("mailto"))
+        setMessage(BatchTexts::mailNotStarted(target.path()));
+    else
+        setMessage(BatchTexts::addressNotOpened(target.toString()));
 }
 
 }  // namespace parcelo

@@ -191,8 +191,12 @@ public:
         QString error;
     };
     [[nodiscard]] InspectionCopy inspectionCopy(const QUuid& id);
-    // Makes an inspection copy and asks the view to open it in the image viewer.
+    // Makes an inspection copy and opens it in the desktop's image viewer; says so in the
+    // message line when there is no copy or nothing opens it.
     Q_INVOKABLE void inspect(const QString& id);
+    // Opens a saved folder, a web address or a new e-mail in the desktop's application for it;
+    // says so in the message line when none opens it.
+    Q_INVOKABLE void openOutside(const QUrl& target);
 
     Q_INVOKABLE void settingsChanged();
     Q_INVOKABLE bool saveRecipe(const QString& name);
@@ -230,8 +234,6 @@ signals:
     void chooseFoldersRequested();
     // The view shows the folder chooser ("Save fitted copies") and calls exportTo().
     void exportFolderRequested();
-    // The view opens this file in the desktop's image viewer.
-    void openExternallyRequested(const QUrl& file);
 
 private:
     struct ScanTask;

@@ -69,5 +69,19 @@ inline QString inspectionFailed(const QString& reason) {
     return QStringLiteral("Couldn’t open an inspection copy: ") + reason;
 }
 
+// What the desktop failed to open, in the words of the thing that should have opened it.
+inline const QString noImageViewer = QStringLiteral("no image viewer on this computer opened it.");
+inline QString folderNotShown(const QString& path) {
+    return QStringLiteral("Couldn’t show the folder: no file manager on this computer opened it. The copies are in ") +
+           path + QLatin1Char('.');
+}
+inline QString addressNotOpened(const QString& address) {
+    return QStringLiteral("Couldn’t open %1: no web browser on this computer opened it.").arg(address);
+}
+inline QString mailNotStarted(const QString& recipient) {
+    return QStringLiteral("Couldn’t start an e-mail: no mail application on this computer opened it. Write to %1.")
+        .arg(recipient);
+}
+
 }  // namespace BatchTexts
 }  // namespace parcelo

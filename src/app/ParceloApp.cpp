@@ -5,7 +5,6 @@
 
 #include <malloc.h>
 
-#include <QDesktopServices>
 #include <QDir>
 #include <QGuiApplication>
 #include <QIcon>
@@ -88,7 +87,6 @@ bool ParceloApp::start(const QStringList& paths) {
 
     preferences_ = std::make_unique<QSettings>();
     model_ = std::make_unique<AppModel>(preferences_.get());
-    connect(model_.get(), &AppModel::openExternallyRequested, this, [](const QUrl& file) { QDesktopServices::openUrl(file); });
     delegate_.openFiles(absolute, QDir::rootPath());
     showWindow();
     return true;

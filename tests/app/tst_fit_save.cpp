@@ -5,6 +5,7 @@
 
 #include <sys/stat.h>
 
+#include <QDesktopServices>
 #include <QtTest>
 
 #include "AppTestSupport.h"
@@ -37,6 +38,17 @@ int modeOf(const QString& path) {
     struct stat status {};
     return ::lstat(QFile::encodeName(path).constData(), &status) == 0 ? static_cast<int>(status.st_mode & 07777) : -1;
 }
+
+// Stands in for the desktop's image viewer: keeps every file it is asked to open.
+class Viewer : public QObject {
+    Q_OBJECT
+
+public:
+    QList<QUrl> opened;
+
+public slots:
+    void open(const QUrl& file) { opened.append(file); }
+};
 
 }  // namespace
 
@@ -215,17 +227,24 @@ private slots:
         for (const QUuid& without : {id, QUuid::createUuid()})  // not yet fitted; no such image
             QCOMPARE(model.inspectionCopy(without).error, QStringLiteral("No such file or directory"));
         QVERIFY(runFit(model));
-        QSignalSpy opened(&model, &AppModel::openExternallyRequested);
+        Viewer viewer;
+        QDesktopServices::setUrlHandler(QStringLiteral("file"), &viewer, "open");
         for (int i = 0; i < 2; ++i) model.inspect(uuidText(id));
-        QCOMPARE(opened.count(), 2);
-        QVERIFY(opened[0] != opened[1]);
-        for (const auto& request : opened) {
-            const QFileInfo copy(request.first().toUrl().toLocalFile());
+        QDesktopServices::unsetUrlHandler(QStringLiteral("file"));
+        QCOMPARE(viewer.opened.count(), 2);
+        QVERIFY(viewer.opened[0] != viewer.opened[1]);
+        for (const auto& request : viewer.opened) {
+            const QFileInfo copy(request.toLocalFile());
             QCOMPARE(copy.absolutePath(), QDir(model.cache()).filePath(QStringLiteral("Inspection")));
             QVERIFY(!QUuid(copy.fileName().left(36)).isNull());
             QCOMPARE(copy.fileName().mid(36), QStringLiteral("-%1.jpg").arg(QString(40, u'n')));
             QCOMPARE(bytesOf(copy.filePath()), bytesOf(*model.items()[0].output));
         }
+        QVERIFY(model.message().value_or(QString()).isEmpty());
+        // A desktop without an image viewer (here: no desktop at all) is named in the message line.
+        QTest::ignoreMessage(QtWarningMsg, QRegularExpression(QStringLiteral("openUrl")));
+        model.inspect(uuidText(id));
+        QCOMPARE(model.message(), QStringLiteral("Couldn’t open an inspection copy: no image viewer on this computer opened it."));
         QVERIFY(QFile::remove(*model.items()[0].output));  // the fitted copy deleted behind the model's back
         model.inspect(uuidText(id));
         QCOMPARE(model.message(), QStringLiteral("Couldn’t open an inspection copy: No such file or directory"));
