@@ -17,6 +17,7 @@
 
 #include "AppLinks.h"
 #include "CropGeometry.h"
+#include "FileChooser.h"
 #include "PreviewLoader.h"
 
 namespace parcelo {
@@ -24,6 +25,7 @@ namespace parcelo {
 namespace {
 
 constexpr const char* kModelProperty = "parceloAppModel";
+constexpr const char* kChooserProperty = "parceloFileChooser";
 
 // The singleton is registered once per process; each engine answers with its own model, so
 // tests can load views over a fresh model without the registrations of earlier engines.
@@ -31,6 +33,12 @@ QObject* modelOfEngine(QQmlEngine* engine, QJSEngine*) {
     auto* model = engine->property(kModelProperty).value<QObject*>();
     if (model) QJSEngine::setObjectOwnership(model, QJSEngine::CppOwnership);
     return model;
+}
+
+QObject* chooserOfEngine(QQmlEngine* engine, QJSEngine*) {
+    auto* chooser = engine->property(kChooserProperty).value<QObject*>();
+    if (chooser) QJSEngine::setObjectOwnership(chooser, QJSEngine::CppOwnership);
+    return chooser;
 }
 
 // Serves "image://symbol/<colour as hex digits>/<Breeze icon name>": the icon of the Breeze
@@ -94,10 +102,17 @@ void prepareEngine(QQmlEngine& engine, AppModel& model) {
         qmlRegisterSingletonType<AppLinks>("Parcelo.Model", 1, 0, "AppLinks",
                                            [](QQmlEngine*, QJSEngine*) -> QObject* { return new AppLinks; });
         qmlRegisterType<PreviewLoader>("Parcelo.Model", 1, 0, "PreviewLoader");
+        qmlRegisterSingletonType<FileChooser>("Parcelo.Model", 1, 0, "FileChooser", chooserOfEngine);
         qmlRegisterSingletonType<CropGeometryForView>("Parcelo.Model", 1, 0, "CropGeometry",
                                                       [](QQmlEngine*, QJSEngine*) -> QObject* { return new CropGeometryForView; });
     });
     engine.setProperty(kModelProperty, QVariant::fromValue<QObject*>(&model));
+    // The model asks for choosers; the engine's chooser shows the desktop's or asks the views for Qt's.
+    auto* chooser = new FileChooser(model, &engine);
+    QObject::connect(&model, &AppModel::chooseFilesRequested, chooser, [chooser] { chooser->choose(FileChooser::Purpose::AddImages); });
+    QObject::connect(&model, &AppModel::chooseFoldersRequested, chooser, [chooser] { chooser->choose(FileChooser::Purpose::AddFolders); });
+    QObject::connect(&model, &AppModel::exportFolderRequested, chooser, [chooser] { chooser->choose(FileChooser::Purpose::SaveFolder); });
+    engine.setProperty(kChooserProperty, QVariant::fromValue<QObject*>(chooser));
     engine.addImageProvider(QStringLiteral("thumbnails"), model.makeThumbnailProvider());
     engine.addImageProvider(QStringLiteral("symbol"), new SymbolImageProvider);
     engine.addImageProvider(QStringLiteral("previews"), new ImageStoreProvider);

@@ -110,11 +110,11 @@ FileChooser::FileChooser(AppModel& model, QObject* parent) : QObject(parent), mo
 
 QString FileChooser::title(Purpose purpose) {
     switch (purpose) {
-        case Purpose::addImages:
+        case Purpose::AddImages:
             return QStringLiteral("Choose images or folders");
-        case Purpose::addFolders:
+        case Purpose::AddFolders:
             return QStringLiteral("Choose folders");
-        case Purpose::saveFolder:
+        case Purpose::SaveFolder:
             return QStringLiteral("Save fitted copies");
     }
     return {};
@@ -123,15 +123,15 @@ QString FileChooser::title(Purpose purpose) {
 QVariantMap FileChooser::portalOptions(Purpose purpose, const QString& token) {
     QVariantMap options{{QStringLiteral("handle_token"), token}, {QStringLiteral("modal"), true}};
     switch (purpose) {
-        case Purpose::addImages:
+        case Purpose::AddImages:
             options.insert(QStringLiteral("multiple"), true);
             options.insert(QStringLiteral("filters"), QVariant::fromValue(imageFilters()));
             break;
-        case Purpose::addFolders:
+        case Purpose::AddFolders:
             options.insert(QStringLiteral("multiple"), true);
             options.insert(QStringLiteral("directory"), true);
             break;
-        case Purpose::saveFolder:
+        case Purpose::SaveFolder:
             options.insert(QStringLiteral("directory"), true);
             options.insert(QStringLiteral("accept_label"), QStringLiteral("Save here"));
             break;
@@ -197,7 +197,7 @@ void FileChooser::portalResponded(uint response, const QVariantMap& results) {
 
 void FileChooser::accept(Purpose purpose, const QList<QUrl>& urls) {
     if (urls.isEmpty()) return;
-    if (purpose == Purpose::saveFolder)
+    if (purpose == Purpose::SaveFolder)
         model_.exportTo(urls.constFirst());
     else
         model_.add(urls);

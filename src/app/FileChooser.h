@@ -24,10 +24,11 @@ class FileChooser : public QObject {
 
 public:
     // What a chooser is for, and so what it lets the user pick.
+    // (Capitalised: QML reads only enumerators that start with a capital.)
     enum class Purpose {
-        addImages,   // several image files: "Choose images or folders"
-        addFolders,  // several folders
-        saveFolder,  // one folder to save into: "Save fitted copies", "Save here"
+        AddImages,   // several image files: "Choose images or folders"
+        AddFolders,  // several folders
+        SaveFolder,  // one folder to save into: "Save fitted copies", "Save here"
     };
     Q_ENUM(Purpose)
 

@@ -81,7 +81,7 @@ private slots:
         makeImages(sandbox.file(u"album/inner"_s), 3);
 
         backend_->choice = uris(images);
-        QVERIFY(choose(chooser, FileChooser::Purpose::addImages));
+        QVERIFY(choose(chooser, FileChooser::Purpose::AddImages));
         QCOMPARE(backend_->title, u"Choose images or folders"_s);
         QCOMPARE(backend_->options.value(u"multiple"_s), QVariant(true));
         QVERIFY(!backend_->options.contains(u"directory"_s));
@@ -90,7 +90,7 @@ private slots:
         QVERIFY(thumbnailsDone(model));
 
         backend_->choice = uris({sandbox.file(u"album"_s)});
-        QVERIFY(choose(chooser, FileChooser::Purpose::addFolders));
+        QVERIFY(choose(chooser, FileChooser::Purpose::AddFolders));
         QCOMPARE(backend_->options.value(u"directory"_s), QVariant(true));
         QCOMPARE(backend_->options.value(u"multiple"_s), QVariant(true));
         QVERIFY(scanDone(model));
@@ -99,7 +99,7 @@ private slots:
 
         backend_->answer = 1;  // the user cancels
         backend_->choice = uris({sandbox.file(u"loose"_s)});
-        QVERIFY(choose(chooser, FileChooser::Purpose::addFolders));
+        QVERIFY(choose(chooser, FileChooser::Purpose::AddFolders));
         QVERIFY(!model.scanning());
         QCOMPARE(model.items().size(), 5U);
 
@@ -107,7 +107,7 @@ private slots:
         QVERIFY(runFit(model));
         backend_->answer = 0;
         backend_->choice = uris({sandbox.path(u"files"_s)});
-        QVERIFY(choose(chooser, FileChooser::Purpose::saveFolder));
+        QVERIFY(choose(chooser, FileChooser::Purpose::SaveFolder));
         QCOMPARE(backend_->title, u"Save fitted copies"_s);
         QCOMPARE(backend_->options.value(u"directory"_s), QVariant(true));
         QCOMPARE(backend_->options.value(u"accept_label"_s), QVariant(u"Save here"_s));
@@ -118,9 +118,9 @@ private slots:
 
         chooser.setPortalService(u"org.freedesktop.portal.Nowhere"_s);
         QSignalSpy fallback(&chooser, &FileChooser::fallbackRequested);
-        chooser.choose(FileChooser::Purpose::addImages);
+        chooser.choose(FileChooser::Purpose::AddImages);
         QVERIFY(fallback.wait(20'000));
-        QCOMPARE(fallback.constFirst().constFirst().value<FileChooser::Purpose>(), FileChooser::Purpose::addImages);
+        QCOMPARE(fallback.constFirst().constFirst().value<FileChooser::Purpose>(), FileChooser::Purpose::AddImages);
     }
 
 private:

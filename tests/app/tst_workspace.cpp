@@ -5,6 +5,9 @@
 // preview stage and the crop editor, and one batch driven through the whole window.
 
 #include <QtQml/qqmlextensionplugin.h>
+#include <QGlyphRun>
+#include <QRawFont>
+#include <QTextLayout>
 #include <QtTest>
 
 #include "PreviewLoader.h"
@@ -176,7 +179,38 @@ private slots:
         QVERIFY(std::abs(cropPosition(view).x() - quarter.x()) + std::abs(cropPosition(view).y() - quarter.y()) < 0.01);
         view.screenshot(u"workspace-crop-editor-%1x%2"_s.arg(image.width()).arg(image.height()));
         QTest::keyClick(view.window(), Qt::Key_Return);
-        QCOMPARE(model.items()[0].crop, (CropPosition{cropPosition(view).x(), cropPosition(view).y()}));
+        const CropPosition chosen{cropPosition(view).x(), cropPosition(view).y()};
+        QCOMPARE(model.items()[0].crop, chosen);
+        // Reopened, the editor starts where the copy is cut, and "Use crop" keeps it there.
+        openCropEditor(view);
+        QCOMPARE(cropPosition(view), QPointF(chosen.x, chosen.y));
+        QTest::keyClick(view.window(), Qt::Key_Return);
+        QCOMPARE(model.items()[0].crop, chosen);
+        QVERIFY2(view.errors().isEmpty(), qPrintable(view.errors()));
+    }
+
+    // Inter's contextual alternates would draw the x of "5120x2880" as a multiplication sign: a
+    // row's name, like every name shown, is drawn glyph for glyph from the font's characters.
+    void namesAreDrawnWithTheirOwnCharacters() {
+        ModelSandbox sandbox;
+        AppModel& model = sandbox.model();
+        ViewHarness view(model, kContentView);
+        QVERIFY2(view.loaded(), qPrintable(view.errors()));
+        const QString name = u"Flow-5120x2880.png"_s;
+        writeImage(sandbox.file(name), flat(16, 12, {200, 120, 60}));
+        QVERIFY(addAndLoad(model, {sandbox.file(name)}));
+        view.settle();
+        auto* row = view.find(u"rowName"_s);
+        QVERIFY(row);
+        QCOMPARE(row->property("text").toString(), name);
+        QTextLayout layout(name, row->property("font").value<QFont>());
+        layout.beginLayout();
+        layout.createLine();
+        layout.endLayout();
+        const QList<QGlyphRun> runs = layout.glyphRuns();
+        QCOMPARE(runs.size(), 1);
+        QCOMPARE(runs[0].rawFont().familyName(), u"Inter"_s);
+        QCOMPARE(runs[0].glyphIndexes(), runs[0].rawFont().glyphIndexesForString(name));
         QVERIFY2(view.errors().isEmpty(), qPrintable(view.errors()));
     }
 

@@ -98,13 +98,16 @@ Item {
         visible: root.targeted
     }
 
-    onCropItemChanged: if (cropItem) cropEditor.open()
+    // The editor is given its image before it opens, so that it starts from that image's crop.
+    onCropItemChanged: if (cropItem) {
+        cropEditor.item = cropItem
+        cropEditor.open()
+    }
 
     CropEditor {
         id: cropEditor
 
         objectName: "cropEditor"
-        item: root.cropItem
         exactWidth: root.exactSide(AppModel.pixelWidth)
         exactHeight: root.exactSide(AppModel.pixelHeight)
         onApplied: position => AppModel.setCrop(root.cropItem.id, position.x, position.y)

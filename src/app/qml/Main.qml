@@ -6,25 +6,55 @@ import QtQuick.Controls
 import QtQuick.Dialogs
 import Parcelo.Model
 import Parcelo
+import Parcelo.Style as Style
 
-// The one window: its menus, the workspace, the open and save dialogs the model asks for, and the
-// About box.
+// The one window: its menus, the workspace, Qt's own open and save dialogs for sessions without
+// the desktop's chooser, and the About box. Quit, Ctrl+Q, Ctrl+W and the window's close button
+// all close the window, which ends Parcelo and removes its working folder.
 ApplicationWindow {
     id: root
 
+    // The workspace itself has at least 860 × 600 and starts at 900 × 640; the menu bar comes on top.
     width: 900
-    height: 640
+    height: 640 + menuBar.implicitHeight
     minimumWidth: 860
-    minimumHeight: 600
+    minimumHeight: 600 + menuBar.implicitHeight
     visible: true
     title: "Parcelo"
+    // Menus, the About box, tooltips and dialogs take Parcelo's colours, never the desktop's.
+    palette.window: Style.Theme.paper
+    palette.base: "white"
+    palette.alternateBase: Style.Theme.inset
+    palette.windowText: Style.Theme.ink
+    palette.text: Style.Theme.ink
+    palette.buttonText: Style.Theme.ink
+    palette.button: Style.Theme.inset
+    palette.highlight: Qt.alpha(Style.Theme.violet, 0.14)
+    palette.highlightedText: Style.Theme.ink
+    palette.toolTipBase: Style.Theme.ink
+    palette.toolTipText: "white"
+    palette.light: "white"
+    palette.midlight: Style.Theme.inset
+    palette.mid: Qt.alpha(Style.Theme.ink, 0.14)
+    palette.dark: Qt.alpha(Style.Theme.ink, 0.3)
+    palette.shadow: Qt.alpha(Style.Theme.ink, 0.2)
 
     menuBar: AppMenuBar {
         onAboutRequested: aboutDialog.open()
+        onQuitRequested: root.close()
+        onMenusClosed: content.forceActiveFocus()
     }
 
     ContentView {
+        id: content
+
+        objectName: "contentView"
         anchors.fill: parent
+    }
+
+    Shortcut {
+        sequence: "Ctrl+W"
+        onActivated: root.close()
     }
 
     FileDialog {
@@ -36,16 +66,27 @@ ApplicationWindow {
         // Both cases: Qt's own dialog matches names case-sensitively.
         nameFilters: ["Images (*.jpg *.jpeg *.jpe *.jfif *.png *.heic *.heif *.tif *.tiff *.bmp *.gif "
                       + "*.JPG *.JPEG *.JPE *.JFIF *.PNG *.HEIC *.HEIF *.TIF *.TIFF *.BMP *.GIF)"]
-        onAccepted: AppModel.add(selectedFiles)
+        onAccepted: FileChooser.accept(FileChooser.AddImages, selectedFiles)
+    }
+
+    // Qt's folder dialog highlights the first subfolder by itself, so its selection is not the
+    // user's choice: the folder it shows is, as its button says ("Save here", "Add this folder").
+    FolderDialog {
+        id: folderDialog
+
+        objectName: "addFolderDialog"
+        title: "Choose folders"
+        acceptLabel: "Add this folder"
+        onAccepted: FileChooser.accept(FileChooser.AddFolders, [currentFolder])
     }
 
     FolderDialog {
-        id: folderDialog
+        id: saveDialog
 
         objectName: "exportFolderDialog"
         title: "Save fitted copies"
         acceptLabel: "Save here"
-        onAccepted: AppModel.exportTo(selectedFolder)
+        onAccepted: FileChooser.accept(FileChooser.SaveFolder, [currentFolder])
     }
 
     AboutDialog {
@@ -55,9 +96,12 @@ ApplicationWindow {
     }
 
     Connections {
-        target: AppModel
+        target: FileChooser
 
-        function onChooseFilesRequested() { fileDialog.open() }
-        function onExportFolderRequested() { folderDialog.open() }
+        function onFallbackRequested(purpose) {
+            if (purpose === FileChooser.AddImages) fileDialog.open()
+            else if (purpose === FileChooser.AddFolders) folderDialog.open()
+            else saveDialog.open()
+        }
     }
 }

@@ -38,7 +38,8 @@ Popup {
     modal: true
     focus: true
     closePolicy: Popup.CloseOnEscape
-    onAboutToShow: position = item ? item.crop : Qt.point(0.5, 0.5)
+    // The frame starts where the image's copy is cut: the crop the model has stored for it.
+    onAboutToShow: position = item ? AppModel.cropOf(item.id) : Qt.point(0.5, 0.5)
 
     background: Rectangle {
         radius: 14

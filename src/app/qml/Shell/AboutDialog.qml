@@ -52,7 +52,7 @@ Dialog {
         Label {
             Layout.alignment: Qt.AlignHCenter
             text: "<a href=\"" + AppLinks.website + "\">parcelo.app</a>"
-            onLinkActivated: link => Qt.openUrlExternally(link)
+            onLinkActivated: link => AppModel.openOutside(link)
 
             HoverHandler { cursorShape: Qt.PointingHandCursor }
         }

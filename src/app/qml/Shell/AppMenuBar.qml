@@ -13,6 +13,19 @@ MenuBar {
 
     // Asks the window to show the About box.
     signal aboutRequested()
+    // Asks the window to close, which ends Parcelo and removes its working folder.
+    signal quitRequested()
+    // Every menu is closed (also with Escape): the window takes the keyboard back, so that no
+    // menu title stays highlighted.
+    signal menusClosed()
+
+    function menuClosed() {
+        Qt.callLater(() => {
+            if (fileMenu.opened || helpMenu.opened) return
+            for (let i = 0; i < root.count; ++i) root.itemAt(i).highlighted = false
+            root.menusClosed()
+        })
+    }
 
     readonly property bool canAdd: !AppModel.busy && !AppModel.exporting
     readonly property bool canFit: !AppModel.busy && !AppModel.exporting && !AppModel.scanning
@@ -22,8 +35,11 @@ MenuBar {
     readonly property bool canSave: AppModel.readyCount > 0 && !AppModel.busy
 
     AppMenu {
+        id: fileMenu
+
         objectName: "fileMenu"
         title: qsTr("&File")
+        onClosed: root.menuClosed()
 
         Action {
             objectName: "addAction"
@@ -31,6 +47,14 @@ MenuBar {
             shortcut: "Ctrl+O"
             enabled: root.canAdd
             onTriggered: AppModel.chooseFiles()
+        }
+        // The desktop's chooser picks files or folders, not both at once: folders have their own item.
+        Action {
+            objectName: "addFolderAction"
+            text: "Add Folder…"
+            shortcut: "Ctrl+Shift+O"
+            enabled: root.canAdd
+            onTriggered: AppModel.chooseFolders()
         }
         Action {
             objectName: "fitAction"
@@ -46,26 +70,43 @@ MenuBar {
             enabled: root.canSave
             onTriggered: AppModel.exportCopies()
         }
+        MenuSeparator {}
+        Action {
+            objectName: "quitAction"
+            text: "Quit"
+            shortcut: "Ctrl+Q"
+            onTriggered: root.quitRequested()
+        }
+    }
+
+    // Keypad Enter fits as Return does.
+    Shortcut {
+        sequence: "Ctrl+Enter"
+        enabled: root.canFit
+        onActivated: AppModel.fit(false)
     }
 
     AppMenu {
+        id: helpMenu
+
         objectName: "helpMenu"
         title: qsTr("&Help")
+        onClosed: root.menuClosed()
 
         Action {
             objectName: "helpAction"
             text: "Parcelo Help"
-            onTriggered: Qt.openUrlExternally(AppLinks.help)
+            onTriggered: AppModel.openOutside(AppLinks.help)
         }
         Action {
             objectName: "supportAction"
             text: "Contact Support"
-            onTriggered: Qt.openUrlExternally(AppLinks.support)
+            onTriggered: AppModel.openOutside(AppLinks.support)
         }
         Action {
             objectName: "websiteAction"
             text: "Visit Parcelo Website"
-            onTriggered: Qt.openUrlExternally(AppLinks.website)
+            onTriggered: AppModel.openOutside(AppLinks.website)
         }
         MenuSeparator {}
         Action {

@@ -13,6 +13,11 @@ MenuItem {
     readonly property string shortcutText: root.action && root.action.shortcut
                                           ? String(root.action.shortcut).replace("Return", "Enter") : ""
 
+    leftPadding: 12
+    rightPadding: 12
+    implicitHeight: 30
+    font.pixelSize: 13
+
     contentItem: RowLayout {
         spacing: 24
 

@@ -21,6 +21,12 @@ ListView {
     model: AppModel.items
     ScrollBar.vertical: ScrollBar {}
 
+    // Up and Down move the current image; Delete removes it, when the remove button could.
+    activeFocusOnTab: true
+    Keys.onUpPressed: AppModel.selectNeighbour(-1)
+    Keys.onDownPressed: AppModel.selectNeighbour(1)
+    Keys.onDeletePressed: if (!AppModel.busy && !AppModel.exporting) AppModel.remove(AppModel.current.id)
+
     delegate: ImageRow {
         width: ListView.view.width
         height: root.rowHeight

@@ -32,7 +32,8 @@ AbstractButton {
     Accessible.selected: isCurrent
     ToolTip.visible: hovered && !removeButton.hovered
     ToolTip.delay: 800
-    ToolTip.text: model.path
+    // The row shows the state on one line; its hover help has the whole of it, below the path.
+    ToolTip.text: model.path + "\n" + model.state
 
     background: Rectangle {
         radius: 12
@@ -85,6 +86,7 @@ AbstractButton {
             spacing: 2
 
             Text {
+                objectName: "rowName"
                 Layout.fillWidth: true
                 text: root.model.fileName
                 color: Theme.ink

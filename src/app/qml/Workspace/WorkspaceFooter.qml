@@ -58,7 +58,7 @@ ColumnLayout {
                 objectName: "showInFolderButton"
                 visible: AppModel.exportedDirectory.toString() !== ""
                 text: "Show in Folder"
-                onClicked: Qt.openUrlExternally(AppModel.exportedDirectory)
+                onClicked: AppModel.openOutside(AppModel.exportedDirectory)
             }
         }
     }

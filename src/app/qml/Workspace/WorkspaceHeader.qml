@@ -55,6 +55,10 @@ RowLayout {
         enabled: !AppModel.busy && !AppModel.exporting
         flat: true
         text: "Clear"
+        // As wide as its word, so that it ends where the content below ends.
+        implicitWidth: implicitContentWidth + leftPadding + rightPadding
+        leftPadding: 8
+        rightPadding: 0
         onClicked: AppModel.clear()
         contentItem: Text {
             text: parent.text
