@@ -189,6 +189,45 @@ private slots:
         QVERIFY2(view.errors().isEmpty(), qPrintable(view.errors()));
     }
 
+    // The keyboard: Tab goes through the footer's actions left to right with a ring on the one it
+    // reached; in the list Up and Down move the current image, stopping at the ends, and Delete
+    // removes it.
+    void keyboardMovesInReadingOrder() {
+        ModelSandbox sandbox;
+        AppModel& model = sandbox.model();
+        ViewHarness view(model, kContentView);
+        QVERIFY2(view.loaded(), qPrintable(view.errors()));
+        const QString broken = sandbox.file(u"broken.jpg"_s);
+        writeText(broken, "not an image");
+        const QStringList images = makeImages(sandbox.file(u"batch"_s), 2);
+        QVERIFY(addAndLoad(model, {images[0], broken, images[1]}));
+        auto* window = view.window();
+        window->requestActivate();
+        QVERIFY(QTest::qWaitForWindowActive(window));
+
+        auto* retry = view.find(u"retryButton"_s);
+        auto* fit = view.find(u"fitButton"_s);
+        view.settle();
+        retry->forceActiveFocus(Qt::TabFocusReason);
+        QVERIFY(retry->property("visualFocus").toBool());
+        view.screenshot(u"workspace-focus-ring"_s);
+        QTest::keyClick(window, Qt::Key_Tab);
+        QVERIFY(fit->hasActiveFocus());
+        QVERIFY(fit->mapToScene({}).x() > retry->mapToScene({}).x());
+
+        view.find(u"imageList"_s)->forceActiveFocus(Qt::TabFocusReason);
+        const auto currentSource = [&model] { return model.current()->source; };
+        QTest::keyClick(window, Qt::Key_Down);
+        QCOMPARE(currentSource(), broken);
+        for (int i = 0; i < 2; ++i) QTest::keyClick(window, Qt::Key_Down);
+        QCOMPARE(currentSource(), images[1]);
+        QTest::keyClick(window, Qt::Key_Up);
+        QTest::keyClick(window, Qt::Key_Delete);
+        QCOMPARE(model.items().size(), 2U);
+        QCOMPARE(model.failedCount(), 0);
+        QVERIFY2(view.errors().isEmpty(), qPrintable(view.errors()));
+    }
+
     // Inter's contextual alternates would draw the x of "5120x2880" as a multiplication sign: a
     // row's name, like every name shown, is drawn glyph for glyph from the font's characters.
     void namesAreDrawnWithTheirOwnCharacters() {

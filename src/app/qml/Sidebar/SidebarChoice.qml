@@ -40,5 +40,10 @@ T.Button {
              : Qt.alpha(Theme.violet, 0.09)
         border.width: root.selected && !root.filled ? 1 : 0
         border.color: Qt.alpha(Theme.violet, 0.15)
+
+        FocusRing {
+            control: root
+            controlRadius: 6
+        }
     }
 }

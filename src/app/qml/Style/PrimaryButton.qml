@@ -33,5 +33,10 @@ T.Button {
         radius: 11
         color: Theme.ink
         opacity: !root.enabled ? Theme.primaryDisabledOpacity : root.down ? Theme.primaryPressedOpacity : 1.0
+
+        FocusRing {
+            control: root
+            controlRadius: 11
+        }
     }
 }

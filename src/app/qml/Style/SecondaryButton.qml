@@ -44,5 +44,10 @@ T.Button {
         color: root.down ? Qt.alpha(Theme.ink, 0.06) : "white"
         border.width: 1
         border.color: Qt.alpha(Theme.ink, root.visualFocus ? 0.35 : 0.14)
+
+        FocusRing {
+            control: root
+            controlRadius: 8
+        }
     }
 }

@@ -7,44 +7,64 @@ import Parcelo.Style
 
 // The batch actions: "Pause" alone while a fit run is busy; otherwise retry, fit and save,
 // each under its own condition, side by side when the width allows, else wrapped.
-Flow {
+Item {
     id: root
 
     readonly property bool exactUnusable: AppModel.exactPixels && AppModel.fitSettings.exactWidth === 0
                                           && AppModel.fitSettings.exactHeight === 0
     readonly property bool settingsUsable: AppModel.fitSettings.isValid && !exactUnusable
+    // The width of the shown buttons in one row.
+    readonly property real rowWidth: {
+        const shown = [retryButton, fitButton, saveButton, pauseButton].filter(button => button.visible)
+        return shown.reduce((sum, button) => sum + button.implicitWidth, 0) + Math.max(shown.length - 1, 0) * actions.spacing
+    }
 
-    // Right to left: the last of the table stands rightmost, and a narrow window wraps the first
-    // ones onto further lines.
-    layoutDirection: Qt.RightToLeft
-    spacing: 8
+    implicitHeight: actions.implicitHeight
 
-    PrimaryButton {
-        objectName: "pauseButton"
-        visible: AppModel.busy
-        text: "Pause"
-        onClicked: AppModel.pause()
-    }
-    PrimaryButton {
-        objectName: "saveButton"
-        visible: !AppModel.busy && AppModel.readyCount >= 1
-        enabled: !AppModel.exporting
-        text: AppModel.exporting ? "Saving…"
-                                 : "Save " + AppModel.readyCount + (AppModel.readyCount === 1 ? " image…" : " images…")
-        onClicked: AppModel.exportCopies()
-    }
-    PrimaryButton {
-        objectName: "fitButton"
-        visible: !AppModel.busy && (AppModel.pendingCount > 0 || AppModel.items.count === 0)
-        enabled: AppModel.items.count > 0 && root.settingsUsable && !AppModel.exporting && !AppModel.scanning
-        text: AppModel.readyCount >= 1 ? "Fit remaining" : "Make it fit"
-        onClicked: AppModel.fit(false)
-    }
-    SecondaryButton {
-        objectName: "retryButton"
-        visible: !AppModel.busy && AppModel.failedCount >= 1
-        enabled: !AppModel.exporting && root.settingsUsable
-        text: "Retry failed"
-        onClicked: AppModel.fit(true)
+    // In reading order, so that Tab goes left to right; the row stands at the right edge, and a
+    // narrow window wraps the last ones onto further lines.
+    Flow {
+        id: actions
+
+        anchors.right: parent.right
+        width: Math.min(root.width, root.rowWidth)
+        spacing: 8
+
+        SecondaryButton {
+            id: retryButton
+
+            objectName: "retryButton"
+            visible: !AppModel.busy && AppModel.failedCount >= 1
+            enabled: !AppModel.exporting && root.settingsUsable
+            text: "Retry failed"
+            onClicked: AppModel.fit(true)
+        }
+        PrimaryButton {
+            id: fitButton
+
+            objectName: "fitButton"
+            visible: !AppModel.busy && (AppModel.pendingCount > 0 || AppModel.items.count === 0)
+            enabled: AppModel.items.count > 0 && root.settingsUsable && !AppModel.exporting && !AppModel.scanning
+            text: AppModel.readyCount >= 1 ? "Fit remaining" : "Make it fit"
+            onClicked: AppModel.fit(false)
+        }
+        PrimaryButton {
+            id: saveButton
+
+            objectName: "saveButton"
+            visible: !AppModel.busy && AppModel.readyCount >= 1
+            enabled: !AppModel.exporting
+            text: AppModel.exporting ? "Saving…"
+                                     : "Save " + AppModel.readyCount + (AppModel.readyCount === 1 ? " image…" : " images…")
+            onClicked: AppModel.exportCopies()
+        }
+        PrimaryButton {
+            id: pauseButton
+
+            objectName: "pauseButton"
+            visible: AppModel.busy
+            text: "Pause"
+            onClicked: AppModel.pause()
+        }
     }
 }

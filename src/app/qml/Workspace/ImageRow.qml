@@ -38,6 +38,11 @@ AbstractButton {
     background: Rectangle {
         radius: 12
         color: root.isCurrent ? Qt.alpha(Theme.violet, 0.07) : "white"
+
+        FocusRing {
+            control: root
+            controlRadius: 12
+        }
     }
 
     contentItem: RowLayout {
@@ -147,6 +152,11 @@ AbstractButton {
             background: Rectangle {
                 radius: 12
                 color: removeButton.hovered ? Qt.alpha(Theme.ink, 0.06) : "transparent"
+
+                FocusRing {
+                    control: removeButton
+                    controlRadius: 12
+                }
             }
         }
     }
