@@ -75,7 +75,7 @@ ApplicationWindow {
         id: folderDialog
 
         objectName: "addFolderDialog"
-        title: "Choose folders"
+        title: "Choose a folder"
         acceptLabel: "Add this folder"
         onAccepted: FileChooser.accept(FileChooser.AddFolders, [currentFolder])
     }
