@@ -33,6 +33,7 @@ ApplicationWindow {
     palette.highlightedText: Style.Theme.ink
     palette.toolTipBase: Style.Theme.ink
     palette.toolTipText: "white"
+    palette.link: Style.Theme.violet
     palette.light: "white"
     palette.midlight: Style.Theme.inset
     palette.mid: Qt.alpha(Style.Theme.ink, 0.14)

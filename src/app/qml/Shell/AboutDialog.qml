@@ -5,6 +5,7 @@ import QtQuick
 import QtQuick.Controls
 import QtQuick.Layouts
 import Parcelo.Model
+import Parcelo.Style
 
 // "About Parcelo": the mark, the name, the version and the product's promise.
 Dialog {
@@ -12,12 +13,26 @@ Dialog {
 
     title: "About Parcelo"
     modal: true
-    standardButtons: Dialog.Ok
     anchors.centerIn: parent
     width: 360
     padding: 24
     // The mark and the name below say what the box is; the title stays for screen readers.
     header: null
+    font.pixelSize: 13
+
+    background: Rectangle {
+        radius: 14
+        color: Theme.paper
+        border.color: Qt.alpha(Theme.ink, 0.1)
+    }
+    Overlay.modal: Rectangle {
+        color: Qt.alpha(Theme.ink, 0.25)
+    }
+    // Without a plate of its own, so that the box keeps its rounded corners.
+    footer: DialogButtonBox {
+        standardButtons: DialogButtonBox.Ok
+        background: null
+    }
 
     ColumnLayout {
         anchors.left: parent.left
