@@ -65,11 +65,11 @@ QQuickWindow* ParceloApp::window() const {
     return qobject_cast<QQuickWindow*>(engine_->rootObjects().constFirst());
 }
 
-bool ParceloApp::start(const QStringList& paths) {
+bool ParceloApp::start(const QStringList& paths, const QString& instanceName) {
     QStringList absolute;
     for (const QString& path : paths)
         if (!path.isEmpty()) absolute.append(fileLocation(path, QDir::currentPath()).toLocalFile());
-    if (SingleInstance::forward(absolute)) return false;
+    if (SingleInstance::forward(absolute, instanceName)) return false;
 
     connect(&quitSignals_, &QuitSignals::received, qApp, &QCoreApplication::quit);
     // A quit signal may come before the window was first shown: the working folder goes either way.
@@ -79,7 +79,9 @@ bool ParceloApp::start(const QStringList& paths) {
         else if (model_)
             model_->cleanUp();
     });
-    if (!instance_.listen()) qWarning("Parcelo cannot take files from later launches: %s", qPrintable(SingleInstance::serverName()));
+    // Without a name, why was said already.
+    if (!instanceName.isEmpty() && !instance_.listen(instanceName))
+        qWarning("Parcelo cannot take files from later launches: %s", qPrintable(instanceName));
     connect(&instance_, &SingleInstance::filesReceived, this, [this](const QStringList& forwarded) {
         delegate_.openFiles(forwarded, QDir::rootPath());
         raiseWindow();
@@ -92,8 +94,8 @@ bool ParceloApp::start(const QStringList& paths) {
     return true;
 }
 
-int ParceloApp::exec(const QStringList& paths) {
-    if (!start(paths)) return 0;
+int ParceloApp::exec(const QStringList& paths, const QString& instanceName) {
+    if (!start(paths, instanceName)) return 0;
     if (!window()) {
         model_->cleanUp();
         return 1;

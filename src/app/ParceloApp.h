@@ -67,10 +67,10 @@ public:
     ParceloApp& operator=(const ParceloApp&) = delete;
 
     // Launches with `paths` (relative to the current folder): hands them to a Parcelo already
-    // running and answers false, or shows the window and answers true.
-    bool start(const QStringList& paths);
+    // running at the instance's socket and answers false, or shows the window and answers true.
+    bool start(const QStringList& paths, const QString& instanceName = SingleInstance::serverName());
     // start(), then runs until the window is closed or a quit signal arrives; the exit code.
-    int exec(const QStringList& paths);
+    int exec(const QStringList& paths, const QString& instanceName);
 
     [[nodiscard]] AppModel* model() const { return model_.get(); }
     [[nodiscard]] AppDelegate& delegate() { return delegate_; }

@@ -17,6 +17,7 @@
 #include <QString>
 
 #include "PathText.h"
+#include "PrivateFolder.h"
 
 // The working folder holds fitted copies of the user's photos while the app runs: nobody but
 // the user may read them, and nothing planted at the folder's name beforehand is ever used.
@@ -29,12 +30,14 @@ inline constexpr std::filesystem::perms kCopyMode =
 inline QString reason(const std::error_code& error) { return QString::fromStdString(error.message()); }
 
 // Makes the folder new, mode 0700, with any missing parents; an existing folder, file or link
-// at its name is refused ("File exists"). The reason when it cannot.
+// at its name is refused ("File exists"), and so is a parent that another user can change (they
+// could put a folder of their own in its place). The reason when it cannot.
 inline std::optional<QString> create(const QString& location) {
     const std::filesystem::path folder = toFsPath(location);
     std::error_code error;
     std::filesystem::create_directories(folder.parent_path(), error);
     if (error) return reason(error);
+    if (auto unsafe = PrivateFolder::openToOthers(fromFsPath(folder.parent_path()))) return unsafe;
     if (::mkdir(folder.c_str(), 0700) != 0) return reason({errno, std::generic_category()});
     // The user's umask could take away the owner's own bits.
     std::filesystem::permissions(folder, kFolderMode, error);

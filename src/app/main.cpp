@@ -8,13 +8,16 @@
 
 #include "AppEngine.h"
 #include "ParceloApp.h"
+#include "SingleInstance.h"
 
 Q_IMPORT_QML_PLUGIN(ParceloPlugin)
 Q_IMPORT_QML_PLUGIN(Parcelo_StylePlugin)
 
 int main(int argc, char* argv[]) {
+    // Before the toolkit starts, which looks for the session's runtime folder as it does.
+    const QString instanceName = parcelo::SingleInstance::serverName();
     QGuiApplication application(argc, argv);
     parcelo::applyApplicationLook();
     parcelo::ParceloApp parcelo;
-    return parcelo.exec(QCoreApplication::arguments().mid(1));
+    return parcelo.exec(QCoreApplication::arguments().mid(1), instanceName);
 }

@@ -133,7 +133,8 @@ private slots:
     }
 
     // TMPDIR names a file, so no working folder can be made: every image fails with the reason
-    // and the run goes on. A folder or link planted at the working folder's name is refused and left as it was.
+    // and the run goes on. A folder or link planted at the working folder's name is refused and
+    // left as it was, and so is a temporary folder that other users may change.
     void withoutAWorkingFolderEveryImageFailsAndTheRunGoesOn() {
         ModelSandbox sandbox;
         const QString blocker = sandbox.path(QStringLiteral("blocker")), files = sandbox.path(QStringLiteral("files"));
@@ -150,6 +151,14 @@ private slots:
         QVERIFY(QFile::link(files, link));
         for (const QString& planted : {files, link}) QCOMPARE(WorkingFolder::create(planted), QStringLiteral("File exists"));
         QCOMPARE(modeOf(files), modeOf(sandbox.path(QStringLiteral("tmp"))));  // as made beside it, not made private
+
+        // In a temporary folder that others may change (no sticky bit) they could swap the
+        // working folder for their own: none is made there.
+        const QString open = sandbox.path(QStringLiteral("open"));
+        QVERIFY(QDir().mkpath(open) && QFile::setPermissions(open, QFileDevice::Permissions(0x7777)));
+        qputenv("TMPDIR", QFile::encodeName(open));
+        QCOMPARE(sandbox.relaunch().message(), QStringLiteral("Couldn’t create a working folder: ") + open + QStringLiteral(" can be changed by another user"));
+        QVERIFY(QDir(open).isEmpty());
     }
 
     // ---- Saving and the working folder ----

@@ -15,6 +15,7 @@
 #include <QFileSystemWatcher>
 #include <QLocalSocket>
 #include <QProcess>
+#include <QRegularExpression>
 #include <QQuickWindow>
 #include <QtQml/qqmlextensionplugin.h>
 #include <QtTest>
@@ -44,7 +45,7 @@ public slots:
 };
 
 QStringList workingFolders(const QString& temp) {
-    return QDir(temp).entryList({u"Parcelo-*"_s}, QDir::Dirs | QDir::NoDotAndDotDot);
+    return QDir(temp).entryList({u"Parcelo-*"_s}, QDir::Dirs | QDir::NoDotAndDotDot | QDir::CaseSensitive);
 }
 
 // The session a launched Parcelo sees: its own temporary, runtime and preferences folders.
@@ -74,6 +75,18 @@ bool finished(QProcess& process) {
     return ended.wait(60'000);
 }
 
+// Another user of the machine: neither root nor the user running the test.
+constexpr uid_t kStranger = 54321;
+
+// Runs the stranger helper as that user, from a copy in `folder`, where that user may run it.
+void startStranger(QProcess& stranger, const QString& folder, const QStringList& arguments) {
+    const QString copy = QDir(folder).filePath(u"stranger"_s);
+    QFile::copy(QStringLiteral(PARCELO_STRANGER_BINARY), copy);
+    ::chmod(QFile::encodeName(copy).constData(), 0755);
+    const QString id = QString::number(kStranger);
+    stranger.start(u"setpriv"_s, QStringList{u"--reuid="_s + id, u"--regid="_s + id, u"--clear-groups"_s, copy} + arguments);
+}
+
 }  // namespace
 
 class ShellTest : public QObject {
@@ -95,6 +108,7 @@ private slots:
         makeImages(first + u"/album"_s, 2);
         makeImages(first, 1, 5);
         makeImages(second, 1, 7);
+        const QProcessEnvironment secondSession = sessionOf(sandbox, sandbox.path(u"secondTemp"_s));
         const QString launchedFrom = QDir::currentPath();
         QVERIFY(QDir::setCurrent(first));
 
@@ -111,7 +125,7 @@ private slots:
 
         QProcess secondLaunch;
         secondLaunch.setWorkingDirectory(second);
-        secondLaunch.setProcessEnvironment(sessionOf(sandbox, sandbox.path(u"secondTemp"_s)));
+        secondLaunch.setProcessEnvironment(secondSession);
         secondLaunch.start(QStringLiteral(PARCELO_APP_BINARY), {u"img7.png"_s, u"gone.jpg"_s});
         QVERIFY(finished(secondLaunch));
         QCOMPARE(secondLaunch.exitStatus(), QProcess::NormalExit);
@@ -157,6 +171,75 @@ private slots:
         QCOMPARE(::bind(crashed, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
         ::close(crashed);  // the file stays, and nobody answers on it
         QVERIFY(SingleInstance().listen(name));
+    }
+
+    // Without a runtime folder (a shell of `su` or `sudo -u`, cron), the socket lives in a private
+    // folder in the shared temporary folder, where anyone may take a name first. Another user
+    // listens at the old name, in the private folder's place and in their runtime folder, which
+    // a shell of `su` keeps: no launch sends them anything, the first opens its window and the
+    // second still reaches it. Nor does an instance answer another user's launch.
+    void anotherUserGetsNoFileNamesAndCannotTakeTheInstance() {
+        if (::geteuid() != 0) QSKIP("Acting as another user takes root: another user's sockets were NOT tried");
+        ModelSandbox sandbox;
+        for (const auto* folder : {"config", "shared"}) QDir(sandbox.path({})).mkpath(QString::fromLatin1(folder));
+        const QString shared = sandbox.path(u"shared"_s), uid = QString::number(::geteuid());
+        ::chmod(QFile::encodeName(sandbox.path({})).constData(), 0711);
+        ::chmod(QFile::encodeName(shared).constData(), 01777);  // as the temporary folder is
+        const QString takenFolder = shared + u"/parcelo-"_s + uid, theirRuntime = shared + u"/runtime-%1"_s.arg(kStranger);
+        const QStringList squatted{shared + u"/parcelo-"_s + uid + u".socket"_s, takenFolder + u"/parcelo.socket"_s,
+                                   theirRuntime + u"/parcelo.socket"_s};
+        QProcess stranger;
+        startStranger(stranger, sandbox.path({}), QStringList{u"listen"_s} + squatted);
+        QVERIFY2(stranger.waitForReadyRead(60'000), stranger.readAllStandardError().constData());
+        QCOMPARE(stranger.readAll(), QByteArray("listening\n"));
+
+        QProcessEnvironment session = sessionOf(sandbox, shared);
+        session.remove(u"XDG_RUNTIME_DIR"_s);
+        QFileSystemWatcher watcher({shared});
+        QSignalSpy sharedChanged(&watcher, &QFileSystemWatcher::directoryChanged);
+        QProcess first, second;
+        first.setProcessEnvironment(session);
+        first.start(QStringLiteral(PARCELO_APP_BINARY), {sandbox.file(u"passport-scan.jpg"_s)});
+        while (workingFolders(shared).isEmpty()) QVERIFY2(sharedChanged.wait(60'000), "the first launch showed no window");
+        session.insert(u"XDG_RUNTIME_DIR"_s, theirRuntime);
+        second.setProcessEnvironment(session);
+        second.start(QStringLiteral(PARCELO_APP_BINARY), {sandbox.file(u"medical-form.png"_s)});
+        QVERIFY(finished(second));
+        QCOMPARE(second.exitStatus(), QProcess::NormalExit);
+        QCOMPARE(second.exitCode(), 0);  // it handed its file to the first
+        QCOMPARE(workingFolders(shared).size(), 1);
+        QCOMPARE(::kill(static_cast<pid_t>(first.processId()), SIGTERM), 0);
+        QVERIFY(finished(first));
+        QCOMPARE(first.exitCode(), 0);
+        // Each launch says once that it leaves the taken folder alone, and which one it uses; the
+        // first says nothing else (the toolkit has its runtime folder too).
+        const QString refusal = u"Parcelo doesn’t use %1, which isn’t this user’s alone; it uses %1-\\w{6} instead\\n"_s
+                                    .arg(QRegularExpression::escape(takenFolder));
+        const QString firstSaid = QString::fromUtf8(first.readAllStandardError());
+        QVERIFY2(QRegularExpression(u"\\A"_s + refusal + u"\\z"_s).match(firstSaid).hasMatch(), qPrintable(firstSaid));
+        const QString secondSaid = QString::fromUtf8(second.readAllStandardError());
+        QCOMPARE(secondSaid.count(QRegularExpression(refusal)), 1);
+
+        // Handed another user's socket by name, a launch sends nothing.
+        QVERIFY(!SingleInstance::forward({u"/home/me/passport-scan.jpg"_s}, squatted[0]));
+        stranger.closeWriteChannel();
+        QVERIFY(finished(stranger));
+        QCOMPARE(stranger.readAll(), QByteArray("1 connections, 0 bytes\n0 connections, 0 bytes\n0 connections, 0 bytes\n"));
+
+        // An instance whose socket another user can reach drops their connection unanswered.
+        SingleInstance instance;
+        const QString reachable = shared + u"/reachable.socket"_s;
+        QVERIFY(instance.listen(reachable));
+        ::chmod(QFile::encodeName(reachable).constData(), 0777);
+        QSignalSpy received(&instance, &SingleInstance::filesReceived);
+        QProcess launch;
+        startStranger(launch, sandbox.path({}), {u"send"_s, reachable});
+        QDataStream message(&launch);
+        message << QStringList{u"/home/them/photo.jpg"_s};
+        launch.closeWriteChannel();
+        QVERIFY(finished(launch));
+        QCOMPARE(launch.readAll(), QByteArray("answered 0 bytes\n"));
+        QCOMPARE(received.count(), 0);
     }
 
     // A logout (SIGTERM), Ctrl+C or a closed terminal ends Parcelo as closing its window does.
