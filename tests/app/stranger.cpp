@@ -8,13 +8,11 @@
 //   stranger send SOCKET       sends its input to the socket and says "answered {n} bytes".
 // Plain POSIX: it runs without a session, a display or a library of the application.
 
-#include <poll.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
 #include <unistd.h>
 
-#include <cerrno>
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
@@ -22,13 +20,6 @@
 #include <vector>
 
 namespace {
-
-struct Listener {
-    int socket = -1;
-    long connections = 0;
-    long bytes = 0;
-    std::vector<int> clients;
-};
 
 sockaddr_un addressOf(const std::string& path) {
     sockaddr_un address{};
@@ -49,44 +40,23 @@ int listenAt(const std::string& path) {
     return socket;
 }
 
-// Takes in every connection and byte that has arrived, without waiting for more.
-void drain(Listener& listener) {
-    for (int client; (client = ::accept4(listener.socket, nullptr, nullptr, SOCK_NONBLOCK)) >= 0;) {
-        ++listener.connections;
-        listener.clients.push_back(client);
-    }
-    std::erase_if(listener.clients, [&listener](int client) {
-        char buffer[4096];
-        ssize_t n = 0;
-        while ((n = ::read(client, buffer, sizeof buffer)) > 0) listener.bytes += n;
-        if (n < 0 && errno == EAGAIN) return false;  // still open, nothing more yet
-        ::close(client);
-        return true;
-    });
-}
-
+// The kernel keeps whatever connects, and what it sends, until it is taken in: all of it is
+// counted once the input ends, with nothing left to wait for.
 int listenUntilInputEnds(const std::vector<std::string>& paths) {
-    std::vector<Listener> listeners;
+    std::vector<int> sockets;
     for (const auto& path : paths) {
-        listeners.push_back({.socket = listenAt(path), .clients = {}});
-        if (listeners.back().socket < 0) return 1;
+        sockets.push_back(listenAt(path));
+        if (sockets.back() < 0) return 1;
     }
     std::puts("listening");
     std::fflush(stdout);
-    for (;;) {
-        std::vector<pollfd> watched{{STDIN_FILENO, POLLIN, 0}};
-        for (const auto& listener : listeners) {
-            watched.push_back({listener.socket, POLLIN, 0});
-            for (const int client : listener.clients) watched.push_back({client, POLLIN, 0});
-        }
-        ::poll(watched.data(), watched.size(), -1);
-        for (auto& listener : listeners) drain(listener);
-        char input[256];
-        if ((watched[0].revents & (POLLIN | POLLHUP)) != 0 && ::read(STDIN_FILENO, input, sizeof input) <= 0) break;
-    }
-    for (auto& listener : listeners) {
-        drain(listener);
-        std::printf("%ld connections, %ld bytes\n", listener.connections, listener.bytes);
+    char buffer[4096];
+    while (::read(STDIN_FILENO, buffer, sizeof buffer) > 0) continue;
+    for (const int socket : sockets) {
+        long connections = 0, bytes = 0;
+        for (int client; (client = ::accept4(socket, nullptr, nullptr, SOCK_NONBLOCK)) >= 0; ++connections)
+            for (ssize_t n; (n = ::read(client, buffer, sizeof buffer)) > 0;) bytes += n;
+        std::printf("%ld connections, %ld bytes\n", connections, bytes);
     }
     return 0;
 }
