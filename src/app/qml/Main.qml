@@ -41,6 +41,7 @@ ApplicationWindow {
     palette.shadow: Qt.alpha(Style.Theme.ink, 0.2)
 
     menuBar: AppMenuBar {
+        objectName: "menuBar"
         onAboutRequested: aboutDialog.open()
         onQuitRequested: root.close()
         onMenusClosed: content.forceActiveFocus()
