@@ -5,7 +5,7 @@
 
 #include <algorithm>
 #include <cmath>
-#include <memory>
+#include <limits>
 
 #include "FitError.h"
 #include "SourceImage.h"
@@ -16,17 +16,6 @@ namespace parcelo::detail {
 using vips::VImage;
 
 namespace {
-
-struct BlobDeleter {
-    void operator()(VipsBlob* blob) const { vips_area_unref(reinterpret_cast<VipsArea*>(blob)); }
-};
-
-std::vector<std::uint8_t> bytesOf(VipsBlob* blob) {
-    const std::unique_ptr<VipsBlob, BlobDeleter> owned(blob);
-    std::size_t length = 0;
-    const auto* bytes = static_cast<const std::uint8_t*>(vips_blob_get(blob, &length));
-    return {bytes, bytes + length};
-}
 
 // Optimised Huffman tables make a JPEG a few per cent smaller, but the encoder then holds every
 // coefficient of the image at once (up to six bytes a pixel). Above this size the standard
@@ -46,18 +35,59 @@ int jpegQualitySetting(double quality) {
     return static_cast<int>(std::clamp(std::lround(quality * 100.0), 1L, 100L));
 }
 
+namespace {
+
+// Collects what the encoder writes, until it passes the limit.
+struct WrittenBytes {
+    std::vector<std::uint8_t> bytes;
+    std::int64_t limit = 0;
+    bool overLimit = false;
+};
+
+gint64 collectWritten(VipsTargetCustom*, const void* data, gint64 length, WrittenBytes* written) {
+    if (static_cast<std::int64_t>(written->bytes.size()) + length > written->limit) {
+        written->overLimit = true;
+        return -1;  // the encoder stops with a write error
+    }
+    const auto* start = static_cast<const std::uint8_t*>(data);
+    written->bytes.insert(written->bytes.end(), start, start + length);
+    return length;
+}
+
+// The one place that says how a copy is encoded.
+void save(const VImage& image, bool png, double quality, const vips::VTarget& target) {
+    if (png)
+        image.pngsave_target(target, VImage::option()->set("strip", true));
+    else
+        image.jpegsave_target(target, VImage::option()
+                                          ->set("Q", jpegQualitySetting(quality))
+                                          ->set("optimize_coding", optimiseCoding(image))
+                                          ->set("strip", true));
+}
+
+}  // namespace
+
 std::vector<std::uint8_t> encode(const VImage& image, bool png, double quality) {
+    auto data = encodeWithin(image, png, quality, std::numeric_limits<std::int64_t>::max());
+    if (!data) throw FitError(FitError::Case::cannotEncode);
+    return std::move(*data);
+}
+
+std::optional<std::vector<std::uint8_t>> encodeWithin(const VImage& image, bool png, double quality,
+                                                      std::int64_t byteLimit) {
+    WrittenBytes written;
+    written.limit = byteLimit;
+    VipsTargetCustom* custom = vips_target_custom_new();
+    g_signal_connect(custom, "write", G_CALLBACK(collectWritten), &written);
+    const vips::VTarget target(VIPS_TARGET(custom));
     try {
-        if (png)
-            return bytesOf(image.pngsave_buffer(VImage::option()->set("strip", true)));
-        return bytesOf(image.jpegsave_buffer(VImage::option()
-                                                 ->set("Q", jpegQualitySetting(quality))
-                                                 ->set("optimize_coding", optimiseCoding(image))
-                                                 ->set("strip", true)));
+        save(image, png, quality, target);
     } catch (const vips::VError&) {
         clearVipsError();
+        if (written.overLimit) return std::nullopt;
         throw FitError(FitError::Case::cannotEncode);
     }
+    return std::move(written.bytes);
 }
 
 std::int64_t smallestEncodedBytes(geometry::PixelSize size, bool png, bool alpha) {

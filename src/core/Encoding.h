@@ -4,6 +4,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <vector>
 
 #include <vips/vips8>
@@ -19,6 +20,12 @@ int jpegQualitySetting(double quality);
 // Encodes the bitmap as one PNG or JPEG file with no metadata of the source (no EXIF, GPS,
 // XMP, IPTC or profile: the pixels are already sRGB and upright). Throws FitError(cannotEncode).
 std::vector<std::uint8_t> encode(const vips::VImage& image, bool png, double quality);
+
+// The very file `encode` makes, or nothing as soon as more than byteLimit bytes of it have been
+// written: the encoder writes the file from its start, so a file known to be too big is left
+// unfinished. Throws FitError(cannotEncode).
+std::optional<std::vector<std::uint8_t>> encodeWithin(const vips::VImage& image, bool png, double quality,
+                                                      std::int64_t byteLimit);
 
 // No file of this many pixels encodes smaller: a bound that holds for every picture, so a size
 // above the limit need not be encoded. A baseline JPEG codes at least two Huffman symbols of at

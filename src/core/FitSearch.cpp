@@ -53,11 +53,11 @@ public:
             if (known->second && setting != keptSetting_) keep(setting, encode(image_, png_, quality));
             return known->second;
         }
-        Bytes data = encode(image_, png_, quality);
-        const bool fitting = static_cast<std::int64_t>(data.size()) <= targetBytes_;
-        weighed_[setting] = fitting;
-        if (fitting) keep(setting, std::move(data));
-        return fitting;
+        // Only whether a file fits matters, so one known too big is left unfinished.
+        auto data = encodeWithin(image_, png_, quality, targetBytes_);
+        weighed_[setting] = data.has_value();
+        if (data) keep(setting, std::move(*data));
+        return data.has_value();
     }
     Found take() { return {std::move(kept_), size_}; }
 
