@@ -91,6 +91,7 @@ Pipeline::Pipeline(const FitJob& job, std::stop_token stopToken)
     : job_(job), stopToken_(std::move(stopToken)), window_(std::max(1u, job.jobs) * kCopiesAheadPerJob),
       fitted_(job.sources.size()) {
     const std::size_t workers = std::min<std::size_t>(std::max(1u, job.jobs), job.sources.size());
+    shareCoresAmongFits(static_cast<unsigned>(workers));
     for (std::size_t i = 0; i < workers; ++i) workers_.emplace_back([this] { work(); });
 }
 

@@ -81,4 +81,11 @@ std::filesystem::path exportResult(const FitResult& result, const std::string& o
 std::string exportStem(const std::string& originalName);
 
 }  // namespace ImageFitter
+
+// Shares the cores between `fits` images fitted at once and libvips's own threads: each fit's
+// pipeline gets the cores left per fit, at least one. libvips decodes and encodes an image in one
+// thread and spreads only the resampling and colour work, so once the fits alone fill the cores,
+// more threads only wait on each other. A VIPS_CONCURRENCY set by the user wins.
+void shareCoresAmongFits(unsigned fits);
+
 }  // namespace parcelo

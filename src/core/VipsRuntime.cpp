@@ -6,9 +6,13 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <mutex>
+#include <thread>
+
+#include "ImageFitter.h"
 
 namespace parcelo::detail {
 
@@ -84,3 +88,14 @@ MutedStandardError::~MutedStandardError() {
 }
 
 }  // namespace parcelo::detail
+
+namespace parcelo {
+
+void shareCoresAmongFits(unsigned fits) {
+    detail::ensureVipsStarted();
+    if (std::getenv("VIPS_CONCURRENCY") != nullptr) return;
+    const unsigned cores = std::max(1u, std::thread::hardware_concurrency());
+    vips_concurrency_set(static_cast<int>(std::max(1u, cores / std::max(1u, fits))));
+}
+
+}  // namespace parcelo
