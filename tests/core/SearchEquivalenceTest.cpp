@@ -205,6 +205,20 @@ TEST(SearchEquivalence, NoFileIsSmallerThanTheBoundThatSkipsItsSize) {
     }
 }
 
+// A trial only asks whether its file fits, so the encoder is stopped once the limit is passed;
+// a file that fits must still be byte for byte the whole encode, up to a limit of its exact size.
+TEST(SearchEquivalence, ATrialStoppedOverTheLimitIsTheWholeFileWithinIt) {
+    const VImage image = photoLike(900, 600);
+    for (const bool png : {false, true}) {
+        SCOPED_TRACE(png ? "PNG" : "JPEG");
+        const Bytes whole = detail::encode(image, png, 0.7);
+        const auto limit = static_cast<std::int64_t>(whole.size());
+        EXPECT_EQ(detail::encodeWithin(image, png, 0.7, limit), std::optional(whole));
+        EXPECT_EQ(detail::encodeWithin(image, png, 0.7, limit - 1), std::nullopt);
+        EXPECT_EQ(detail::encodeWithin(image, png, 0.7, 100), std::nullopt);
+    }
+}
+
 TEST(SearchEquivalence, RealPhotosAtTheBenchmarkLimits) {
     REQUIRE_CORPUS();
     // At 2,000 px, Garden.jpg weighs 64,946 bytes at quality 0.50 and 64,939 at 0.51: only the
