@@ -159,6 +159,10 @@ compare_set() {  # kb edge
     row floor "${floorTimes[@]}" "$(summarize "$floorDir" "$limit")" "$floorFailed"
     ratios ImageMagick "${fitTimes[@]}" "${magickTimes[@]}"
     ratios "the floor" "${fitTimes[@]}" "${floorTimes[@]}"
+    printf '  images per second (wall / per CPU second): Parcelo %s / %s, ImageMagick %s / %s, floor %s / %s\n' \
+        "$(ratio ${#FILES[@]} "${fitTimes[0]}")" "$(ratio ${#FILES[@]} "${fitTimes[1]}")" \
+        "$(ratio ${#FILES[@]} "${magickTimes[0]}")" "$(ratio ${#FILES[@]} "${magickTimes[1]}")" \
+        "$(ratio ${#FILES[@]} "${floorTimes[0]}")" "$(ratio ${#FILES[@]} "${floorTimes[1]}")"
     echo "  (the floor made Parcelo's $pngs PNG copies of transparent images with one PNG encode each)"
     if [[ $fitFailed -gt 0 ]]; then
         echo "  parcelo-fit failures:"
@@ -178,8 +182,12 @@ echo "  columns: wall and CPU (user + system) seconds for all images; copies wit
 echo "  / copies made; mean of bytes ÷ limit; mean pixels per copy; mean JPEG quality (identify %Q)"
 echo "  of the JPEG copies; images without a copy"
 
-compare_set 500 1920
-compare_set 100 0
+# PARCELO_BENCH_PARTS picks parts of the run (default: all of them).
+PARTS=${PARCELO_BENCH_PARTS:-500 100 folder memory expand}
+wants() { [[ " $PARTS " == *" $1 "* ]]; }
+
+wants 500 && compare_set 500 1920
+wants 100 && compare_set 100 0
 
 # Two workers on a folder: parcelo-fit --jobs 2 against ImageMagick fed by xargs -P 2.
 folder_run() {
@@ -215,10 +223,35 @@ EOF
     row imagemagick "${magickTimes[@]}" "$(summarize "$WORK/folder-magick" "$limit")" \
         $((${#FILES[@]} - magickMade))
     ratios ImageMagick "${fitTimes[@]}" "${magickTimes[@]}"
+    both_cores "$folder" "$kb" "$edge"
 }
-folder_run
 
-bash "$ROOT/bench/memory.sh" "$FIT" "$FLOOR"
+# Whether two workers use both cores: the wall time of --jobs 2 against the CPU time the same
+# work takes in one thread (--jobs 1, VIPS_CONCURRENCY=1). On two quiet cores the ratio can
+# reach 0.5; other work on the machine stretches the wall time, so the CPU time of --jobs 2
+# against the one thread's is printed too: it is the work that running two at once adds, and
+# other load hardly moves it.
+both_cores() {  # folder kb edge
+    local round oneTimes twoTimes
+    for ((round = 1; round <= ROUNDS; round++)); do
+        rm -rf "$WORK/cores-one" "$WORK/cores-two"
+        mkdir -p "$WORK/cores-one" "$WORK/cores-two"
+        timed "$WORK/cores-one.time" env VIPS_CONCURRENCY=1 "$FIT" --jobs 1 --kb "$2" --max-edge "$3" \
+            --out "$WORK/cores-one" "$1" >/dev/null 2>&1
+        timed "$WORK/cores-two.time" "$FIT" --jobs 2 --kb "$2" --max-edge "$3" \
+            --out "$WORK/cores-two" "$1" >/dev/null 2>&1
+    done
+    mapfile -t oneTimes < <(best "$WORK/cores-one.time")
+    mapfile -t twoTimes < <(best "$WORK/cores-two.time")
+    echo "  Both cores: --jobs 1 in one thread ${oneTimes[0]} s wall, ${oneTimes[1]} s cpu; --jobs 2 ${twoTimes[0]} s wall, ${twoTimes[1]} s cpu"
+    echo "    wall(--jobs 2) ÷ cpu(one thread) $(ratio "${twoTimes[0]}" "${oneTimes[1]}") (0.50 is both cores fully used; load now $(cut -d' ' -f1 /proc/loadavg))"
+    echo "    cpu(--jobs 2) ÷ cpu(one thread)  $(ratio "${twoTimes[1]}" "${oneTimes[1]}") (the work two at once adds)"
+}
+wants folder && folder_run
+
+wants memory && bash "$ROOT/bench/memory.sh" "$FIT" "$FLOOR"
 
 echo
-if [[ -x $EXPAND ]]; then "$EXPAND"; else echo "expand: $EXPAND not built"; fi
+if wants expand; then
+    if [[ -x $EXPAND ]]; then "$EXPAND"; else echo "expand: $EXPAND not built"; fi
+fi
