@@ -16,19 +16,15 @@
 
 namespace parcelo::cli {
 
-// The requirements the app starts with, which the command line starts with too.
-inline constexpr std::int64_t kDefaultTargetKB = 1'000;
-inline constexpr std::int64_t kDefaultMaxEdge = 2'560;
+// The defaults as --help states them.
+inline constexpr std::int64_t kDefaultTargetKB = kDefaultSettings.targetBytes / kBytesPerKB;
+inline constexpr std::int64_t kDefaultMaxEdge = kDefaultSettings.maxEdge;
 // More images at once than this only costs memory: fitting is bound by the cores.
 inline constexpr unsigned kMostJobs = 64;
 
 // What one run of parcelo-fit was asked to do.
 struct FitOptions {
-    FitSettings settings{.targetBytes = kDefaultTargetKB * kBytesPerKB,
-                         .maxEdge = kDefaultMaxEdge,
-                         .outputFormat = OutputFormat::automatic,
-                         .exactWidth = 0,
-                         .exactHeight = 0};
+    FitSettings settings = kDefaultSettings;
     CropPosition crop = CropPosition::center();
     std::filesystem::path outputDirectory;
     std::vector<std::filesystem::path> inputs;

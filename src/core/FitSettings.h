@@ -56,6 +56,10 @@ struct FitSettings {
     friend bool operator==(const FitSettings&, const FitSettings&) = default;
 };
 
+// The requirements the app starts with and parcelo-fit uses unless told otherwise.
+inline constexpr FitSettings kDefaultSettings{
+    .targetBytes = 1'000'000, .maxEdge = 2'560, .outputFormat = OutputFormat::automatic, .exactWidth = 0, .exactHeight = 0};
+
 void to_json(nlohmann::json& json, const FitSettings& settings);
 // Throws nlohmann::json::exception when a key is missing or of the wrong kind.
 void from_json(const nlohmann::json& json, FitSettings& settings);
