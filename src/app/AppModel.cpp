@@ -9,7 +9,6 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
-#include <QPointF>
 #include <QTextBoundaryFinder>
 
 #include "AppModelTasks.h"
@@ -44,12 +43,17 @@ QString stemOf(const QString& fileName) {
 
 }  // namespace
 
-AppModel::AppModel(QSettings* preferences, QObject* parent) : QObject(parent), defaults_(preferences) {
+AppModel::AppModel(QSettings* preferences, QObject* parent) : QObject(parent), requirements_(preferences) {
     userInitiated_.setMaxThreadCount(2);
     utility_.setMaxThreadCount(1);
     utility_.setThreadPriority(QThread::LowPriority);
-    restoreRecipes();
-    restoreRequirements();
+    connect(&requirements_, &Requirements::settingsReplaced, this, &AppModel::discardFittedCopies);
+    // The gates follow the batch's state and the requirements.
+    for (const auto changed : {&AppModel::busyChanged, &AppModel::exportingChanged, &AppModel::scanningChanged,
+                               &AppModel::importingChanged, &AppModel::itemsChanged})
+        connect(this, changed, this, &AppModel::gatesChanged);
+    connect(&requirements_, &Requirements::changed, this, &AppModel::gatesChanged);
+    connect(this, &AppModel::gatesChanged, this, [this] { requirements_.setEditable(canEditRequirements()); });
     makeWorkingFolder();
 }
 
@@ -163,22 +167,7 @@ QString AppModel::decimalSize(qint64 bytes) { return QString::fromStdString(form
 
 QVariantMap AppModel::currentForView() const {
     const auto item = current();
-    if (!item) return {};
-    return {
-        {QStringLiteral("id"), uuidText(item->id)},
-        {QStringLiteral("source"), QUrl::fromLocalFile(item->source)},
-        {QStringLiteral("fileName"), item->fileName()},
-        {QStringLiteral("thumbnail"), item->thumbnail ? ImageItemModel::thumbnailUrl(item->id) : QString()},
-        {QStringLiteral("inputBytes"), item->inputBytes},
-        {QStringLiteral("output"), item->output ? QUrl::fromLocalFile(*item->output) : QUrl()},
-        {QStringLiteral("outputBytes"), item->outputBytes},
-        {QStringLiteral("width"), item->width},
-        {QStringLiteral("height"), item->height},
-        {QStringLiteral("fileExtension"), item->fileExtension},
-        {QStringLiteral("state"), item->state},
-        {QStringLiteral("failed"), item->failed},
-        {QStringLiteral("crop"), QPointF(item->crop.x, item->crop.y)},
-    };
+    return item ? ImageItemModel::fieldsOf(*item) : QVariantMap();
 }
 
 void AppModel::selectNeighbour(int step) {
@@ -196,11 +185,34 @@ QPointF AppModel::cropOf(const QString& id) const {
     return {crop.x, crop.y};
 }
 
+// ---- Gates ----
+
+bool AppModel::canAdd() const { return !busy_ && !exporting_ && !scanning_; }
+
+bool AppModel::canRemove() const { return !busy_ && !exporting_; }
+
+bool AppModel::canStartRun() const {
+    return !busy_ && !exporting_ && !scanning_ && requirements_.usable() &&
+           items().size() <= static_cast<std::size_t>(kBatchLimit);
+}
+
+bool AppModel::canFit() const { return canStartRun() && pendingCount() > 0; }
+
+bool AppModel::canRetry() const { return canStartRun() && failedCount() > 0; }
+
+bool AppModel::canSave() const {
+    return !busy_ && !exporting_ && !scanning_ && readyCount() > 0 && requirements_.usable();
+}
+
+bool AppModel::canEditRequirements() const { return !busy_ && !exporting_; }
+
+bool AppModel::canAdjustCrop() const { return canEditRequirements() && !importing_ && requirements_.exactCropping(); }
+
 // ---- Removing and clearing ----
 
 void AppModel::remove(const QUuid& id) {
     PARCELO_ASSERT_MAIN_THREAD();
-    if (busy_ || exporting_) return;
+    if (!canRemove()) return;
     if (const auto position = items_.position(id))
         if (const auto& output = items()[*position].output) QFile::remove(*output);
     items_.removeAll(id);
@@ -214,7 +226,7 @@ void AppModel::remove(const QString& id) { remove(QUuid(id)); }
 
 void AppModel::clear() {
     PARCELO_ASSERT_MAIN_THREAD();
-    if (busy_ || exporting_) return;
+    if (!canRemove()) return;
     for (const auto& item : items())
         if (item.output) QFile::remove(*item.output);
     QDir(QDir(cache_).filePath(QStringLiteral("Inspection"))).removeRecursively();
@@ -244,11 +256,26 @@ void AppModel::cleanUp() {
     QDir(cache_).removeRecursively();
 }
 
+// Copies made under other requirements no longer fit: every item goes back to pending.
+void AppModel::discardFittedCopies() {
+    for (const auto& item : items())
+        if (item.output) QFile::remove(*item.output);
+    items_.updateAll([](ImageItem& item) {
+        item.forgetCopy();
+        item.state = BatchTexts::ready;
+        item.failed = false;
+    });
+    itemsDidChange();
+    setCompleted(0);
+    setExportedDirectory(std::nullopt);
+    setMessage(std::nullopt);
+}
+
 // ---- One image's crop and inspection ----
 
 void AppModel::setCrop(const QUuid& id, const CropPosition& position) {
     PARCELO_ASSERT_MAIN_THREAD();
-    if (busy_ || exporting_ || !exactPixels_ || !position.isValid()) return;
+    if (!canAdjustCrop() || !position.isValid()) return;
     const auto found = items_.position(id);
     if (!found || items()[*found].crop == position) return;
     if (const auto& output = items()[*found].output) QFile::remove(*output);

@@ -24,16 +24,17 @@
 #include "ImageItem.h"
 #include "ImageItemModel.h"
 #include "ImageStore.h"
-#include "UploadRecipe.h"
+#include "Requirements.h"
 
 namespace parcelo {
 
 struct ImportSelection;
 struct FitResult;
 
-// The one model of the application: the batch, its background work, the requirements
-// and the recipe library. Lives on the main thread; every operation returns silently
-// when it is not allowed, and every failure ends in an item's state or in `message`.
+// The one model of the application: the batch and its background work, over the requirements
+// it owns. Lives on the main thread. Every operation begins by checking the gate that the
+// controls calling it bind to, and returns silently when it is closed; every failure ends in an
+// item's state or in `message`.
 class AppModel : public QObject {
     Q_OBJECT
 
@@ -70,32 +71,24 @@ class AppModel : public QObject {
     /// The selected item, else the first; an empty map when the batch is empty.
     Q_PROPERTY(QVariantMap current READ currentForView NOTIFY currentChanged FINAL)
 
-    // ---- The requirements ----
+    /// The requirements and the recipe library.
+    Q_PROPERTY(parcelo::Requirements* requirements READ requirementsForView CONSTANT FINAL)
 
-    /// Size limit per image in kilobytes of 1,000 bytes.
-    Q_PROPERTY(qint64 targetKB READ targetKB WRITE setTargetKB NOTIFY targetKBChanged FINAL)
-    /// Text of the custom size field.
-    Q_PROPERTY(QString customKB READ customKB WRITE setCustomKB NOTIFY customKBChanged FINAL)
-    /// Largest longer edge in size mode; 0 for the original size.
-    Q_PROPERTY(qint64 maxEdge READ maxEdge WRITE setMaxEdge NOTIFY maxEdgeChanged FINAL)
-    /// "auto", "jpeg" or "png".
-    Q_PROPERTY(QString outputFormat READ outputFormatText WRITE setOutputFormatText NOTIFY outputFormatChanged FINAL)
-    /// Exact-dimension mode.
-    Q_PROPERTY(bool exactPixels READ exactPixels WRITE setExactPixels NOTIFY exactPixelsChanged FINAL)
-    /// Text of the exact-width field, as typed.
-    Q_PROPERTY(QString pixelWidth READ pixelWidth WRITE setPixelWidth NOTIFY pixelWidthChanged FINAL)
-    /// Text of the exact-height field, as typed.
-    Q_PROPERTY(QString pixelHeight READ pixelHeight WRITE setPixelHeight NOTIFY pixelHeightChanged FINAL)
-    /// Name of the recipe in force; empty when the requirements were edited by hand.
-    Q_PROPERTY(QString activeRecipeName READ activeRecipeNameText NOTIFY activeRecipeNameChanged FINAL)
-    /// The user's recipes: maps of id, name, summary.
-    Q_PROPERTY(QVariantList recipes READ recipesForView NOTIFY recipesChanged FINAL)
-    /// The three built-in examples, in the same form.
-    Q_PROPERTY(QVariantList exampleRecipes READ exampleRecipesForView CONSTANT FINAL)
-    /// The FitSettings of the current requirements, with an "isValid" entry.
-    Q_PROPERTY(QVariantMap fitSettings READ fitSettingsForView NOTIFY requirementsChanged FINAL)
-    /// One line: "≤ 1 MB · Up to 2560 px · Auto format".
-    Q_PROPERTY(QString requirementSummary READ requirementSummary NOTIFY requirementsChanged FINAL)
+    // ---- What the user may do now: every control that starts an operation binds to one ----
+
+    /// Adding images: not while fitting, saving or scanning folders.
+    Q_PROPERTY(bool canAdd READ canAdd NOTIFY gatesChanged FINAL)
+    /// Removing an image or clearing the batch: not while fitting or saving.
+    Q_PROPERTY(bool canRemove READ canRemove NOTIFY gatesChanged FINAL)
+    /// Fitting the pending images, or retrying the failed ones, under usable requirements.
+    Q_PROPERTY(bool canFit READ canFit NOTIFY gatesChanged FINAL)
+    Q_PROPERTY(bool canRetry READ canRetry NOTIFY gatesChanged FINAL)
+    /// Saving the ready copies.
+    Q_PROPERTY(bool canSave READ canSave NOTIFY gatesChanged FINAL)
+    /// Editing the requirements and applying recipes: not while fitting or saving.
+    Q_PROPERTY(bool canEditRequirements READ canEditRequirements NOTIFY gatesChanged FINAL)
+    /// Opening the crop editor of the current image: exact mode, and no work on the batch.
+    Q_PROPERTY(bool canAdjustCrop READ canAdjustCrop NOTIFY gatesChanged FINAL)
 
 public:
     // Restores recipes and requirements from preferences and makes the working folder.
@@ -136,7 +129,7 @@ public:
     // The crop position stored for the image with this id; the centre when there is none. The crop
     // editor starts from it, so that a reopened editor shows the frame where the copy is cut.
     Q_INVOKABLE QPointF cropOf(const QString& id) const;
-    [[nodiscard]] FitSettings appliedSettings() const { return appliedSettings_; }
+    [[nodiscard]] FitSettings appliedSettings() const { return requirements_.appliedSettings(); }
     // The working folder of this process.
     [[nodiscard]] QString cache() const { return cache_; }
     // The thumbnails for QML; the engine takes ownership of the provider.
@@ -144,31 +137,19 @@ public:
     // A byte count as the views show sizes: decimal units ("4.2 MB").
     Q_INVOKABLE static QString decimalSize(qint64 bytes);
 
-    // ---- Requirement state ----
-    [[nodiscard]] qint64 targetKB() const { return targetKB_; }
-    void setTargetKB(qint64 kilobytes);
-    [[nodiscard]] QString customKB() const { return customKB_; }
-    void setCustomKB(const QString& text);
-    [[nodiscard]] qint64 maxEdge() const { return maxEdge_; }
-    void setMaxEdge(qint64 edge);
-    [[nodiscard]] OutputFormat outputFormat() const { return outputFormat_; }
-    void setOutputFormat(OutputFormat format);
-    [[nodiscard]] QString outputFormatText() const;
-    void setOutputFormatText(const QString& raw);
-    [[nodiscard]] bool exactPixels() const { return exactPixels_; }
-    void setExactPixels(bool exact);
-    [[nodiscard]] QString pixelWidth() const { return pixelWidth_; }
-    void setPixelWidth(const QString& text);
-    [[nodiscard]] QString pixelHeight() const { return pixelHeight_; }
-    void setPixelHeight(const QString& text);
-    [[nodiscard]] std::optional<QString> activeRecipeName() const { return activeRecipeName_; }
-    [[nodiscard]] QString activeRecipeNameText() const { return activeRecipeName_.value_or(QString()); }
-    [[nodiscard]] const std::vector<UploadRecipe>& recipes() const { return recipes_; }
-    [[nodiscard]] QVariantList recipesForView() const;
-    [[nodiscard]] static QVariantList exampleRecipesForView();
-    [[nodiscard]] FitSettings fitSettings() const;
-    [[nodiscard]] QVariantMap fitSettingsForView() const;
-    [[nodiscard]] QString requirementSummary() const;
+    // ---- The requirements ----
+    [[nodiscard]] Requirements& requirements() { return requirements_; }
+    [[nodiscard]] const Requirements& requirements() const { return requirements_; }
+    [[nodiscard]] Requirements* requirementsForView() { return &requirements_; }
+
+    // ---- Gates ----
+    [[nodiscard]] bool canAdd() const;
+    [[nodiscard]] bool canRemove() const;
+    [[nodiscard]] bool canFit() const;
+    [[nodiscard]] bool canRetry() const;
+    [[nodiscard]] bool canSave() const;
+    [[nodiscard]] bool canEditRequirements() const;
+    [[nodiscard]] bool canAdjustCrop() const;
 
     // ---- Operations ----
     Q_INVOKABLE void chooseFiles();
@@ -198,12 +179,6 @@ public:
     // says so in the message line when none opens it.
     Q_INVOKABLE void openOutside(const QUrl& target);
 
-    Q_INVOKABLE void settingsChanged();
-    Q_INVOKABLE bool saveRecipe(const QString& name);
-    void applyRecipe(const UploadRecipe& recipe);
-    Q_INVOKABLE void applyRecipe(const QString& id);
-    void deleteRecipe(const Uuid& id);
-    Q_INVOKABLE void deleteRecipe(const QString& id);
 
 signals:
     void itemsChanged();
@@ -218,16 +193,8 @@ signals:
     void messageChanged();
     void previewOriginalChanged();
     void exportedDirectoryChanged();
-    void targetKBChanged();
-    void customKBChanged();
-    void maxEdgeChanged();
-    void outputFormatChanged();
-    void exactPixelsChanged();
-    void pixelWidthChanged();
-    void pixelHeightChanged();
-    void activeRecipeNameChanged();
-    void recipesChanged();
-    void requirementsChanged();
+    // Any of the gates may have changed.
+    void gatesChanged();
     // The view shows the open panel ("Choose images or folders") and calls add().
     void chooseFilesRequested();
     // The same for folders alone, where the desktop's chooser picks files or folders, not both.
@@ -258,7 +225,6 @@ private:
     void setExporting(bool value);
     void setCompleted(qint64 value);
     void setExportedDirectory(std::optional<QString> directory);
-    void setActiveRecipeName(std::optional<QString> name);
     void itemsDidChange();
     void updateItem(std::size_t position, const std::function<void(ImageItem&)>& change);
 
@@ -274,16 +240,12 @@ private:
     void finishRun(const std::shared_ptr<FitRun>& run);
     void startSaveJob(const std::shared_ptr<SaveRun>& save);
     void finishSave(const std::shared_ptr<SaveRun>& save);
-    [[nodiscard]] bool exactWithoutSides() const;
+    // A run may start now, under the current requirements.
+    [[nodiscard]] bool canStartRun() const;
     [[nodiscard]] std::set<std::filesystem::path> standardizedSources() const;
 
-    void restoreRecipes();
-    void restoreRequirements();
-    void persistSettings();
-    void persistRecipes();
     void discardFittedCopies();
 
-    QSettings* defaults_;
     ImageItemModel items_;
     std::shared_ptr<ImageStore> thumbnails_ = std::make_shared<ImageStore>();
     std::optional<QUuid> selected_;
@@ -297,16 +259,7 @@ private:
     bool previewOriginal_ = false;
     std::optional<QString> exportedDirectory_;
 
-    qint64 targetKB_ = 1000;
-    QString customKB_ = QStringLiteral("1000");
-    qint64 maxEdge_ = 2560;
-    OutputFormat outputFormat_ = OutputFormat::automatic;
-    bool exactPixels_ = false;
-    QString pixelWidth_ = QStringLiteral("600");
-    QString pixelHeight_ = QStringLiteral("600");
-    std::optional<QString> activeRecipeName_;
-    std::vector<UploadRecipe> recipes_;
-    FitSettings appliedSettings_{1'000'000, 2560, OutputFormat::automatic, 0, 0};
+    Requirements requirements_;
 
     QString cache_;
     qint64 scanGeneration_ = 0;

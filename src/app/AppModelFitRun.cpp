@@ -69,16 +69,9 @@ std::optional<QString> saveInBackground(const ImageItem& item, const FitSettings
 
 }  // namespace
 
-bool AppModel::exactWithoutSides() const {
-    const FitSettings settings = fitSettings();
-    return exactPixels_ && settings.exactWidth == 0 && settings.exactHeight == 0;
-}
-
 void AppModel::fit(bool retryFailed) {
     PARCELO_ASSERT_MAIN_THREAD();
-    if (busy_ || scanning_ || items().empty() || !fitSettings().isValid() || exactWithoutSides() || exporting_ ||
-        items().size() > static_cast<std::size_t>(kBatchLimit))
-        return;
+    if (!(retryFailed ? canRetry() : canFit())) return;
     auto run = std::make_shared<FitRun>();
     for (std::size_t i = 0; i < items().size(); ++i)
         if (!items()[i].output && items()[i].failed == retryFailed) run->positions.push_back(i);
@@ -92,8 +85,8 @@ void AppModel::fit(bool retryFailed) {
     setCompleted(readyCount() + failedCount());
     setMessage(std::nullopt);
     setBusy(true);
-    run->settings = fitSettings();
-    appliedSettings_ = run->settings;
+    run->settings = requirements_.fitSettings();
+    requirements_.setAppliedSettings(run->settings);
     task_ = run;
     startFitJob(run);
 }
@@ -145,7 +138,7 @@ void AppModel::startFitJob(const std::shared_ptr<FitRun>& run) {
 
 void AppModel::applyFitResult(std::size_t position, const FitResult& result) {
     const QString extension = QString::fromStdString(result.fileExtension);
-    const QString limit = QString::fromStdString(formatByteCount(fitSettings().targetBytes));
+    const QString limit = QString::fromStdString(formatByteCount(requirements_.fitSettings().targetBytes));
     updateItem(position, [&](ImageItem& item) {
         item.output = QDir(cache_).filePath(uuidText(item.id) + QLatin1Char('.') + extension);
         item.outputBytes = static_cast<qint64>(result.data.size());
@@ -176,16 +169,16 @@ void AppModel::finishRun(const std::shared_ptr<FitRun>& run) {
 
 void AppModel::exportCopies() {
     PARCELO_ASSERT_MAIN_THREAD();
-    if (busy_ || exporting_ || readyCount() == 0) return;
+    if (!canSave()) return;
     emit exportFolderRequested();
 }
 
 void AppModel::exportTo(const QUrl& folder) {
     PARCELO_ASSERT_MAIN_THREAD();
-    if (busy_ || exporting_ || scanning_ || !fitSettings().isValid() || exactWithoutSides()) return;
+    if (!canSave()) return;
     auto save = std::make_shared<SaveRun>();
     save->directory = folder.isLocalFile() ? folder.toLocalFile() : folder.toString();
-    save->settings = fitSettings();
+    save->settings = requirements_.fitSettings();
     setExportedDirectory(std::nullopt);
     setExporting(true);
     std::copy_if(items().begin(), items().end(), std::back_inserter(save->items),

@@ -74,19 +74,19 @@ ThumbnailOutcome makeThumbnail(const QString& source, std::stop_token stopToken)
 
 void AppModel::chooseFiles() {
     PARCELO_ASSERT_MAIN_THREAD();
-    if (busy_ || exporting_) return;
+    if (!canAdd()) return;
     emit chooseFilesRequested();
 }
 
 void AppModel::chooseFolders() {
     PARCELO_ASSERT_MAIN_THREAD();
-    if (busy_ || exporting_) return;
+    if (!canAdd()) return;
     emit chooseFoldersRequested();
 }
 
 void AppModel::add(const QList<QUrl>& urls) {
     PARCELO_ASSERT_MAIN_THREAD();
-    if (busy_ || exporting_ || scanning_) return;
+    if (!canAdd()) return;
     if (std::none_of(urls.begin(), urls.end(), isDirectory))
         appendImages(urls);
     else

@@ -29,6 +29,7 @@ QVariant fieldOf(const ImageItem& item, int role) {
     case ImageItemModel::CropRole: return QPointF(item.crop.x, item.crop.y);
     case ImageItemModel::FileNameRole: return item.fileName();
     case ImageItemModel::PathRole: return item.source;
+    case ImageItemModel::ReadyRole: return item.isReady();
     default: return {};
     }
 }
@@ -64,7 +65,16 @@ QHash<int, QByteArray> ImageItemModel::roleNames() const {
         {CropRole, "crop"},
         {FileNameRole, "fileName"},
         {PathRole, "path"},
+        {ReadyRole, "ready"},
     };
+}
+
+QVariantMap ImageItemModel::fieldsOf(const ImageItem& item) {
+    static const QHash<int, QByteArray> roles = ImageItemModel().roleNames();
+    QVariantMap fields;
+    for (auto role = roles.begin(); role != roles.end(); ++role)
+        fields.insert(QString::fromLatin1(role.value()), fieldOf(item, role.key()));
+    return fields;
 }
 
 std::optional<std::size_t> ImageItemModel::position(const QUuid& id) const {

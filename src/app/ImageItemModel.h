@@ -8,12 +8,14 @@
 #include <vector>
 
 #include <QAbstractListModel>
+#include <QVariantMap>
 
 #include "ImageItem.h"
 
 namespace parcelo {
 
-// The batch as a list for QML: one role per ImageItem field. AppModel is its only writer.
+// The batch as a list for QML: one role per ImageItem field, and `ready` for an image with a
+// fitted copy. AppModel is its only writer.
 class ImageItemModel : public QAbstractListModel {
     Q_OBJECT
     /// Number of images in the batch.
@@ -35,11 +37,14 @@ public:
         CropRole,
         FileNameRole,
         PathRole,
+        ReadyRole,
     };
     Q_ENUM(Role)
 
     // Where QML's Image finds an item's thumbnail (served from the model's ImageStore).
     static QString thumbnailUrl(const QUuid& id);
+    // Every role of the item by its name: what QML reads of one image, in the list or alone.
+    static QVariantMap fieldsOf(const ImageItem& item);
 
     using QAbstractListModel::QAbstractListModel;
 

@@ -165,9 +165,9 @@ inline QStringList makeImages(const QString& folder, int count, int first = 0) {
 
 // Exact-dimension mode with the two side fields typed as given.
 inline void setExactSides(AppModel& model, const QString& width, const QString& height) {
-    model.setExactPixels(true);
-    model.setPixelWidth(width);
-    model.setPixelHeight(height);
+    model.requirements().setExactPixels(true);
+    model.requirements().setPixelWidth(width);
+    model.requirements().setPixelHeight(height);
 }
 
 // Writes a small photo into the sandbox and adds it; the photo's path, or empty when adding failed.

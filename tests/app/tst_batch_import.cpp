@@ -46,8 +46,7 @@ private slots:
         writeImage(paths[0], photoLike(300, 200));
         writeImage(paths[1], noise(400, 300));
         writeText(paths[2], "not an image");
-        model.setOutputFormat(OutputFormat::png);
-        model.settingsChanged();
+        model.requirements().setOutputFormat(OutputFormat::png);
         QVERIFY(addAndLoad(model, paths));
         QCOMPARE(model.items()[2].state, kUnreadable);
         QCOMPARE(model.items()[2].inputBytes, 12);

@@ -110,11 +110,10 @@ private slots:
         AppModel& model = sandbox.model();
         const QStringList paths = photos(sandbox, 3);
         QVERIFY(addAndLoad(model, {paths[0]}));
-        model.setTargetKB(9);
+        model.requirements().setTargetKB(9);
         model.fit(false);
         QVERIFY(!model.busy());  // no run under invalid requirements
-        model.setTargetKB(10);  // a search of several steps for each image
-        model.settingsChanged();
+        model.requirements().setTargetKB(10);  // a search of several steps for each image
         QVERIFY(runFit(model));
         QVERIFY(addAndLoad(model, paths.mid(1)));
         gates.emplace(1);
@@ -206,9 +205,10 @@ private slots:
         writeImage(paths[0], flat(100, 100, {200, 120, 60}));
         writeImage(paths[1], noise(400, 300));
         QVERIFY(addAndLoad(model, paths));
-        QVERIFY(runFit(model));
+        model.fit(false);
+        model.requirements().setTargetKB(10);  // edited during the run: not applied to its copies
+        QVERIFY(runDone(model));
         QVERIFY2(model.items()[1].outputBytes > 10'000, "the noise copy must exceed the smaller limit");
-        model.setTargetKB(10);  // edited, not yet reported
         const QString folder = sandbox.path(QStringLiteral("saved"));
         QVERIFY(QDir().mkpath(folder));
         {
@@ -264,7 +264,6 @@ private slots:
         ModelSandbox sandbox;
         AppModel& model = sandbox.model();
         setExactSides(model, QStringLiteral("200"), QStringLiteral("200"));
-        model.settingsChanged();
         QVERIFY(addAndLoad(model, photos(sandbox, 2)));
         QVERIFY(runFit(model));
         const QUuid id = model.items()[0].id;
@@ -279,7 +278,7 @@ private slots:
         QCOMPARE(model.message(), QStringLiteral("Crop updated for this image. Fit it again to check the export."));
         QVERIFY(runFit(model));
         QCOMPARE(model.readyCount(), 2);
-        model.setExactPixels(false);
+        model.requirements().setExactPixels(false);
         model.setCrop(id, CropPosition{0.0, 0.0});  // size mode
         QCOMPARE(model.items()[0].crop, (CropPosition{0.0, 0.5}));
     }

@@ -37,7 +37,7 @@ QByteArray padded(const nlohmann::json& value, qsizetype bytes) {
 
 QStringList recipeNames(const AppModel& model) {
     QStringList names;
-    for (const auto& recipe : model.recipes()) names.append(QString::fromStdString(recipe.name()));
+    for (const auto& recipe : model.requirements().recipes()) names.append(QString::fromStdString(recipe.name()));
     return names;
 }
 
@@ -47,25 +47,36 @@ class RequirementsTest : public QObject {
     Q_OBJECT
 
 private slots:
-    // The size limit runs from 10 KB to 25 MB, past either end there is none; an exact side is an
-    // optional sign and ASCII digits.
+    // The size limit runs from 10 KB to 25 MB, past either end there is none; a typed limit or
+    // exact side is an optional sign and ASCII digits, and the notes warn about anything else.
+    // The crop editor frames a side that is no integer as 600.
     void typedRequirementsBecomeFitSettings() {
         ModelSandbox sandbox;
         AppModel& model = sandbox.model();
+        Requirements& requirements = model.requirements();
+        const std::pair<const char*, qint64> typedLimits[] = {
+            {"10", 10}, {" 1000", 0}, {"99999999999999999999", 0}, {"+25000", 25'000}, {"25001", 25'001}};
+        for (const auto& [text, limit] : typedLimits) {
+            requirements.setCustomKB(QString::fromUtf8(text));
+            QCOMPARE(requirements.targetKB(), limit);
+            QVERIFY2(requirements.sizeNoteWarns() == (limit < 10 || limit > 25'000), text);
+        }
         const std::tuple<qint64, qint64, const char*> sizes[] = {
             {9, 0, "Zero KB"}, {25'001, 0, "Zero KB"}, {10, 10'000, "10 KB"}, {25'000, 25'000'000, "25 MB"}};
         for (const auto& [kilobytes, bytes, shown] : sizes) {
-            model.setTargetKB(kilobytes);
-            QCOMPARE(model.fitSettings().targetBytes, bytes);
-            QCOMPARE(model.requirementSummary(), QStringLiteral("≤ %1 · Up to 2560 px · Auto format").arg(QString::fromUtf8(shown)));
+            model.requirements().setTargetKB(kilobytes);
+            QCOMPARE(model.requirements().fitSettings().targetBytes, bytes);
+            QCOMPARE(model.requirements().summary(), QStringLiteral("≤ %1 · Up to 2560 px · Auto format").arg(QString::fromUtf8(shown)));
         }
         setExactSides(model, QStringLiteral("600"), QStringLiteral("800"));
         const std::pair<const char*, qint64> texts[] = {{"600", 600},  {"+600", 600}, {"-64", -64}, {" 600", -1},
                                                         {"6,000", -1}, {"", -1},      {"٦٠٠", -1},  {"99999999999999999999", -1}};
         for (const auto& [text, side] : texts) {
-            model.setPixelWidth(QString::fromUtf8(text));
-            QVERIFY2(model.fitSettings().exactWidth == side, text);
-            QVERIFY2(model.fitSettings().isValid() == (side == 600), text);
+            model.requirements().setPixelWidth(QString::fromUtf8(text));
+            QVERIFY2(model.requirements().fitSettings().exactWidth == side, text);
+            QVERIFY2(model.requirements().fitSettings().isValid() == (side == 600), text);
+            QVERIFY2(requirements.dimensionsNoteWarns() == (side != 600), text);
+            QVERIFY2(requirements.cropWidth() == (side == -1 ? 600 : side), text);
         }
     }
 
@@ -74,32 +85,28 @@ private slots:
         ModelSandbox sandbox;
         AppModel& model = sandbox.model();
         const QString source = addPhoto(sandbox);
-        model.setTargetKB(25'001);
-        model.settingsChanged();
+        model.requirements().setTargetKB(25'001);
         QVERIFY(!sandbox.preferences().contains(kLastSettings));
-        model.setTargetKB(1000);
-        QVERIFY(model.saveRecipe(QStringLiteral("Mine")));
+        model.requirements().setTargetKB(1000);
+        QVERIFY(model.requirements().saveRecipe(QStringLiteral("Mine")));
         const QByteArray stored = sandbox.preferences().value(kLastSettings).toByteArray();
         QCOMPARE(stored, dumped(FitSettings{1'000'000, 2560, OutputFormat::automatic, 0, 0}));
         model.fit(false);
-        model.setTargetKB(200);
-        model.settingsChanged();  // during a run: neither stored nor applied
+        model.requirements().setTargetKB(200);  // during a run: neither stored nor applied
         QVERIFY(runDone(model));
         QCOMPARE(sandbox.preferences().value(kLastSettings).toByteArray(), stored);
-        model.setTargetKB(1000);
-        model.settingsChanged();  // no change
+        model.requirements().setTargetKB(1000);  // no change
         QCOMPARE(model.readyCount(), 1);
-        QCOMPARE(model.activeRecipeName(), QStringLiteral("Mine"));
+        QCOMPARE(model.requirements().activeRecipeName(), QStringLiteral("Mine"));
 
         QVERIFY(exportInto(model, sandbox.path(QStringLiteral("files"))));
         const QString copy = *model.items()[0].output;
-        model.setOutputFormat(OutputFormat::png);
-        model.settingsChanged();
+        model.requirements().setOutputFormat(OutputFormat::png);
         QVERIFY(!QFileInfo::exists(copy) && QFileInfo::exists(source));
         const ImageItem& item = model.items()[0];
         QCOMPARE(item.state, QStringLiteral("Ready"));
         QVERIFY2(item.isPending() && item.width == 0 && item.fileExtension.isEmpty(), "no size of a copy that is gone");
-        QVERIFY(!model.exportedDirectory() && !model.message() && !model.activeRecipeName());
+        QVERIFY(!model.exportedDirectory() && !model.message() && !model.requirements().activeRecipeName());
         QCOMPARE(model.appliedSettings().outputFormat, OutputFormat::png);
     }
 
@@ -130,55 +137,53 @@ private slots:
         ModelSandbox sandbox;
         sandbox.preferences().setValue(kLastSettings, stored);
         sandbox.preferences().setValue(kActive, name);
-        QTEST(sandbox.model().requirementSummary(), "summary");
-        QTEST(sandbox.model().activeRecipeNameText(), "active");
+        QTEST(sandbox.model().requirements().summary(), "summary");
+        QTEST(sandbox.model().requirements().activeRecipeNameText(), "active");
     }
 
     void savedRecipesAreCheckedCappedAtTwentyAndSurviveARelaunchUntilDeleted() {
         ModelSandbox sandbox;
         AppModel& model = sandbox.model();
-        QVERIFY(model.saveRecipe(QStringLiteral("  Shop photo  ")));
+        QVERIFY(model.requirements().saveRecipe(QStringLiteral("  Shop photo  ")));
         QCOMPARE(sandbox.preferences().value(kActive).toString(), QStringLiteral("Shop photo"));
-        QVERIFY(model.saveRecipe(QStringLiteral("Web photo")));  // a user recipe beside the example of that name
-        QVERIFY(model.saveRecipe(QStringLiteral("STRASSE")));
-        for (int i = 3; i < 20; ++i) QVERIFY(model.saveRecipe(QStringLiteral("Recipe %1").arg(i)));
+        QVERIFY(model.requirements().saveRecipe(QStringLiteral("Web photo")));  // a user recipe beside the example of that name
+        QVERIFY(model.requirements().saveRecipe(QStringLiteral("STRASSE")));
+        for (int i = 3; i < 20; ++i) QVERIFY(model.requirements().saveRecipe(QStringLiteral("Recipe %1").arg(i)));
         const QByteArray full = sandbox.preferences().value(kRecipes).toByteArray();
-        QVERIFY(!model.saveRecipe(QStringLiteral("One more")));
+        QVERIFY(!model.requirements().saveRecipe(QStringLiteral("One more")));
         QCOMPARE(sandbox.preferences().value(kRecipes).toByteArray(), full);
         // A full library still takes replacements, found by full case folding (ß is ss).
-        model.setTargetKB(200);
-        const Uuid id = model.recipes()[2].id();
-        QVERIFY(model.saveRecipe(QStringLiteral("straße")));
-        QCOMPARE(model.recipes()[2].id(), id);
-        QCOMPARE(model.recipes()[2].settings().targetBytes, 200'000);
+        model.requirements().setTargetKB(200);
+        const Uuid id = model.requirements().recipes()[2].id();
+        QVERIFY(model.requirements().saveRecipe(QStringLiteral("straße")));
+        QCOMPARE(model.requirements().recipes()[2].id(), id);
+        QCOMPARE(model.requirements().recipes()[2].settings().targetBytes, 200'000);
 
         const QStringList names = recipeNames(model);
         QCOMPARE(names[2], QStringLiteral("straße"));
         AppModel& relaunched = sandbox.relaunch();
         QCOMPARE(recipeNames(relaunched), names);
-        QCOMPARE(relaunched.activeRecipeName(), QStringLiteral("straße"));
-        relaunched.deleteRecipe(relaunched.recipes()[0].id());  // not the active one
-        QCOMPARE(relaunched.activeRecipeName(), QStringLiteral("straße"));
-        relaunched.deleteRecipe(QString::fromStdString(relaunched.recipes()[1].id().string()));
-        QVERIFY(!relaunched.activeRecipeName() && !sandbox.preferences().contains(kActive));
+        QCOMPARE(relaunched.requirements().activeRecipeName(), QStringLiteral("straße"));
+        relaunched.requirements().deleteRecipe(relaunched.requirements().recipes()[0].id());  // not the active one
+        QCOMPARE(relaunched.requirements().activeRecipeName(), QStringLiteral("straße"));
+        relaunched.requirements().deleteRecipe(QString::fromStdString(relaunched.requirements().recipes()[1].id().string()));
+        QVERIFY(!relaunched.requirements().activeRecipeName() && !sandbox.preferences().contains(kActive));
         QCOMPARE(nlohmann::json::parse(sandbox.preferences().value(kRecipes).toByteArray().toStdString()).size(), 18u);
     }
 
     void applyingExamplesSwitchesModes() {
         ModelSandbox sandbox;
         AppModel& model = sandbox.model();
-        model.applyRecipe(UploadRecipe::examples()[1]);
-        QCOMPARE(model.fitSettings(), UploadRecipe::examples()[1].settings());
+        model.requirements().applyRecipe(UploadRecipe::examples()[1]);
+        QCOMPARE(model.requirements().fitSettings(), UploadRecipe::examples()[1].settings());
         QCOMPARE(sandbox.preferences().value(kActive).toString(), QStringLiteral("Square thumbnail"));
-        model.settingsChanged();  // the panel reporting the fields the recipe set
-        QCOMPARE(model.activeRecipeName(), QStringLiteral("Square thumbnail"));
-        model.applyRecipe(QString::fromStdString(UploadRecipe::examples()[0].id().string()));
-        QCOMPARE(model.fitSettings(), kWebPhoto);
-        QCOMPARE(model.pixelWidth(), QStringLiteral("600"));  // the sides typed before stay
-        QCOMPARE(model.activeRecipeName(), QStringLiteral("Web photo"));
-        model.setMaxEdge(800);
-        model.settingsChanged();
-        QVERIFY(!model.activeRecipeName() && !sandbox.preferences().contains(kActive));
+        QCOMPARE(model.requirements().activeRecipeName(), QStringLiteral("Square thumbnail"));
+        model.requirements().applyRecipe(QString::fromStdString(UploadRecipe::examples()[0].id().string()));
+        QCOMPARE(model.requirements().fitSettings(), kWebPhoto);
+        QCOMPARE(model.requirements().pixelWidth(), QStringLiteral("600"));  // the sides typed before stay
+        QCOMPARE(model.requirements().activeRecipeName(), QStringLiteral("Web photo"));
+        model.requirements().setMaxEdge(800);
+        QVERIFY(!model.requirements().activeRecipeName() && !sandbox.preferences().contains(kActive));
     }
 
     // Stored recipes are restored only when the whole list decodes and is at most 100,000

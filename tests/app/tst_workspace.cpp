@@ -82,7 +82,7 @@ private slots:
         QCOMPARE(actions(view), u"Make it fit"_s);
         setExactSides(model, u"0"_s, u"0"_s);
         QCOMPARE(actions(view), u"Make it fit (off)"_s);
-        model.setExactPixels(false);
+        model.requirements().setExactPixels(false);
 
         QVERIFY(addAndLoad(model, {corpusFile(u"photos/Elephants.jpg"_s), corpusFile(u"corrupt/garden-header-only.jpg"_s),
                                    corpusFile(u"photos/RainDrops.jpg"_s), corpusFile(u"photos/TwoWings.jpg"_s)}));
@@ -103,7 +103,7 @@ private slots:
         auto* preset = view.find(u"sizePreset200"_s);
         QCOMPARE(preset->opacity(), 0.45);
         view.click(preset);
-        QCOMPARE(model.targetKB(), 1000);
+        QCOMPARE(model.requirements().targetKB(), 1000);
         view.screenshot(u"workspace-busy"_s);
         gates->release(1);
         QVERIFY(runDone(model));
@@ -127,6 +127,40 @@ private slots:
         QCOMPARE(actions(view), u"Retry failed (off), Saving… (off)"_s);
         QVERIFY(waitUntil(model, &AppModel::exportingChanged, [&] { return !model.exporting(); }));
         QVERIFY(view.visible(u"showInFolderButton"_s));
+        QVERIFY2(view.errors().isEmpty(), qPrintable(view.errors()));
+    }
+
+    // While a folder scan runs nothing can be added or saved: the model refuses, and the controls
+    // that would ask are off. An exact width typed "+800" is 800 wide in the crop editor.
+    void controlsFollowTheModelsGates() {
+        std::optional<CheckGates> gates;  // holds the folder scan
+        ModelSandbox sandbox;
+        AppModel& model = sandbox.model();
+        ViewHarness view(model, kContentView);
+        QVERIFY2(view.loaded(), qPrintable(view.errors()));
+        QVERIFY(!addPhoto(sandbox).isEmpty());
+        QVERIFY(runFit(model));
+        const QString folder = sandbox.path(u"folder"_s);
+        makeImages(folder, 2);
+        gates.emplace(1);
+        model.add(urls({folder}));
+        QVERIFY(gates->reached(1) && model.scanning());
+        QSignalSpy asked(&model, &AppModel::exportFolderRequested);
+        QSignalSpy chooser(&model, &AppModel::chooseFilesRequested);
+        model.exportCopies();
+        model.chooseFiles();
+        QCOMPARE(asked.count() + chooser.count(), 0);
+        QVERIFY(!view.enabled(u"addImagesButton"_s) && view.enabled(u"clearButton"_s));
+        QCOMPARE(actions(view), u"Save 1 image… (off)"_s);
+        gates->release(1);
+        QVERIFY(scanDone(model) && thumbnailsDone(model));
+        QVERIFY(view.enabled(u"addImagesButton"_s));
+        QCOMPARE(actions(view), u"Fit remaining, Save 1 image…"_s);
+
+        view.click(view.find(u"exactChoice"_s));
+        view.type(view.find(u"widthField"_s), u"+800"_s);
+        openCropEditor(view);
+        QVERIFY(view.text(u"cropSubtitle"_s).startsWith(u"800 × 600 px · "_s));
         QVERIFY2(view.errors().isEmpty(), qPrintable(view.errors()));
     }
 

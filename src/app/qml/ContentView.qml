@@ -18,11 +18,6 @@ Item {
     // The image whose crop editor is open (a map as AppModel.current gives it); null for none.
     property var cropItem: null
 
-    // The side of the exact size as typed, or 600 when it is not a whole number.
-    function exactSide(text) {
-        return /^[0-9]+$/.test(text) ? parseInt(text, 10) : 600
-    }
-
     implicitWidth: 900
     implicitHeight: 640
 
@@ -83,7 +78,7 @@ Item {
         onExited: root.targeted = false
         onDropped: drop => {
             root.targeted = false
-            if (AppModel.busy || AppModel.exporting || AppModel.scanning) {
+            if (!AppModel.canAdd) {
                 drop.accepted = false
                 return
             }
@@ -108,8 +103,8 @@ Item {
         id: cropEditor
 
         objectName: "cropEditor"
-        exactWidth: root.exactSide(AppModel.pixelWidth)
-        exactHeight: root.exactSide(AppModel.pixelHeight)
+        exactWidth: AppModel.requirements.cropWidth
+        exactHeight: AppModel.requirements.cropHeight
         onApplied: position => AppModel.setCrop(root.cropItem.id, position.x, position.y)
         onClosed: root.cropItem = null
     }

@@ -14,9 +14,9 @@ Popup {
 
     // The image being cropped (id, source, fileName, crop), as AppModel.current gives it.
     property var item: null
-    // The exact size entered in the requirements.
-    property int exactWidth: 600
-    property int exactHeight: 600
+    // The exact size entered in the requirements, as the model reads it.
+    required property int exactWidth
+    required property int exactHeight
     // The position being edited; starts as the image's own crop.
     property point position: Qt.point(0.5, 0.5)
 

@@ -36,7 +36,7 @@ Rectangle {
 
             objectName: "adjustCropButton"
             visible: root.cropAdjustable
-            enabled: !AppModel.busy && !AppModel.exporting && !AppModel.importing
+            enabled: AppModel.canAdjustCrop
             text: "Adjust crop"
             onClicked: root.adjustCrop()
             Accessible.name: text

@@ -13,11 +13,8 @@ Item {
     id: root
 
     readonly property var current: AppModel.current
-    readonly property bool fitted: current.output !== undefined && current.output.toString() !== ""
+    readonly property bool fitted: current.ready === true
     readonly property bool showsOriginal: AppModel.previewOriginal || !fitted
-    readonly property bool cropAdjustable: AppModel.exactPixels && AppModel.fitSettings.isValid
-                                           && (AppModel.fitSettings.exactWidth !== 0
-                                               || AppModel.fitSettings.exactHeight !== 0)
 
     // The user asked to adjust the crop of the current image.
     signal adjustCrop()
@@ -54,7 +51,7 @@ Item {
         anchors.top: parent.top
         anchors.right: parent.right
         anchors.margins: 8
-        cropAdjustable: root.cropAdjustable
+        cropAdjustable: AppModel.requirements.exactCropping
         fitted: root.fitted
         onAdjustCrop: root.adjustCrop()
         onInspect: AppModel.inspect(root.current.id)

@@ -34,8 +34,10 @@ Rectangle {
             Accessible.name: root.modelData.name
             opacity: down ? Theme.pressedOpacity : 1.0
             onClicked: {
-                AppModel.applyRecipe(root.modelData.id)
+                // The form closes first: applying the recipe remakes the rows, this one too.
+                const id = root.modelData.id
                 root.applied()
+                AppModel.requirements.applyRecipe(id)
             }
             contentItem: Text {
                 text: root.modelData.name
@@ -50,7 +52,7 @@ Rectangle {
             implicitHeight: 24
             Accessible.name: "Delete recipe " + root.modelData.name
             opacity: down ? Theme.pressedOpacity : 1.0
-            onClicked: AppModel.deleteRecipe(root.modelData.id)
+            onClicked: AppModel.requirements.deleteRecipe(root.modelData.id)
             contentItem: Item {
                 Symbol {
                     anchors.centerIn: parent

@@ -17,13 +17,8 @@ ColumnLayout {
     // The form is done: "Done", Escape, or a recipe applied from the list.
     signal dismiss
 
-    readonly property bool canSave: AppModel.fitSettings.isValid
-                                    && !(AppModel.exactPixels && AppModel.fitSettings.exactWidth === 0
-                                         && AppModel.fitSettings.exactHeight === 0)
-                                    && name.trim() !== ""
-
     function save() {
-        if (AppModel.saveRecipe(name)) {
+        if (AppModel.requirements.saveRecipe(name)) {
             feedback = "Saved. Choose it from Upload recipes whenever you need it."
             name = ""
         } else {
@@ -58,7 +53,7 @@ ColumnLayout {
             objectName: "recipeSummary"
             anchors.fill: parent
             anchors.margins: 8
-            text: AppModel.requirementSummary
+            text: AppModel.requirements.summary
             color: Theme.ink
             font.pixelSize: 13
             font.weight: Font.DemiBold
@@ -95,7 +90,7 @@ ColumnLayout {
         PopoverButton {
             objectName: "saveRecipeButton"
             text: "Save recipe"
-            enabled: root.canSave
+            enabled: AppModel.requirements.canSaveRecipe && AppModel.requirements.isRecipeName(root.name)
             onClicked: root.save()
         }
     }
@@ -123,7 +118,7 @@ ColumnLayout {
 
     Rectangle {
         Layout.fillWidth: true
-        visible: AppModel.recipes.length > 0
+        visible: AppModel.requirements.recipes.length > 0
         implicitHeight: 1
         color: Qt.alpha(Theme.ink, 0.1)
     }
@@ -132,7 +127,7 @@ ColumnLayout {
         objectName: "recipeList"
         Layout.fillWidth: true
         Layout.preferredHeight: Math.min(rows.implicitHeight, 180)
-        visible: AppModel.recipes.length > 0
+        visible: AppModel.requirements.recipes.length > 0
         clip: true
         contentHeight: rows.implicitHeight
         boundsBehavior: Flickable.StopAtBounds
@@ -145,7 +140,7 @@ ColumnLayout {
             spacing: 4
 
             Repeater {
-                model: AppModel.recipes
+                model: AppModel.requirements.recipes
 
                 RecipeManagerRow {
                     width: rows.width

@@ -14,14 +14,6 @@ ColumnLayout {
 
     signal chosen
 
-    // Whether the recipe's five settings are those of the current requirements.
-    function matches(recipe) {
-        const current = AppModel.fitSettings
-        return recipe.targetBytes === current.targetBytes && recipe.maxEdge === current.maxEdge
-            && recipe.outputFormat === current.outputFormat && recipe.exactWidth === current.exactWidth
-            && recipe.exactHeight === current.exactHeight
-    }
-
     spacing: 2
 
     Text {
@@ -40,7 +32,7 @@ ColumnLayout {
     }
 
     Repeater {
-        model: AppModel.exampleRecipes
+        model: AppModel.requirements.exampleRecipes
 
         CheckRow {
             required property var modelData
@@ -48,10 +40,12 @@ ColumnLayout {
             objectName: "recipeRow " + modelData.name
             Layout.fillWidth: true
             text: modelData.name
-            checked: root.matches(modelData)
+            checked: modelData.matches
+            // Closes first: applying the recipe remakes the rows, this one too.
             onClicked: {
-                AppModel.applyRecipe(modelData.id)
+                const id = modelData.id
                 root.chosen()
+                AppModel.requirements.applyRecipe(id)
             }
         }
     }
@@ -60,14 +54,14 @@ ColumnLayout {
         Layout.fillWidth: true
         Layout.topMargin: 4
         Layout.bottomMargin: 4
-        visible: AppModel.recipes.length > 0
+        visible: AppModel.requirements.recipes.length > 0
         implicitHeight: 1
         color: Qt.alpha(Theme.ink, 0.1)
     }
     Text {
         objectName: "yourRecipesCaption"
         leftPadding: 8
-        visible: AppModel.recipes.length > 0
+        visible: AppModel.requirements.recipes.length > 0
         text: "Your recipes"
         color: Theme.ink
         font.pixelSize: 10
@@ -78,7 +72,7 @@ ColumnLayout {
     Flickable {
         Layout.fillWidth: true
         Layout.preferredHeight: Math.min(userRows.implicitHeight, 180)
-        visible: AppModel.recipes.length > 0
+        visible: AppModel.requirements.recipes.length > 0
         clip: true
         contentHeight: userRows.implicitHeight
         boundsBehavior: Flickable.StopAtBounds
@@ -91,7 +85,7 @@ ColumnLayout {
             spacing: 2
 
             Repeater {
-                model: AppModel.recipes
+                model: AppModel.requirements.recipes
 
                 CheckRow {
                     required property var modelData
@@ -99,10 +93,11 @@ ColumnLayout {
                     objectName: "recipeRow " + modelData.name
                     width: userRows.width
                     text: modelData.name
-                    checked: root.matches(modelData)
+                    checked: modelData.matches
                     onClicked: {
-                        AppModel.applyRecipe(modelData.id)
+                        const id = modelData.id
                         root.chosen()
+                        AppModel.requirements.applyRecipe(id)
                     }
                 }
             }

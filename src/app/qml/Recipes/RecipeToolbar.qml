@@ -36,7 +36,7 @@ RowLayout {
 
             visible: recipeButton.hovered && !picker.visible
             delay: 600
-            text: AppModel.activeRecipeName !== "" ? AppModel.activeRecipeName : "Choose an upload recipe"
+            text: AppModel.requirements.activeRecipeName !== "" ? AppModel.requirements.activeRecipeName : "Choose an upload recipe"
         }
 
         contentItem: RowLayout {
@@ -52,7 +52,7 @@ RowLayout {
 
                 objectName: "recipeButtonText"
                 Layout.fillWidth: true
-                text: AppModel.activeRecipeName !== "" ? AppModel.activeRecipeName : "Upload recipes"
+                text: AppModel.requirements.activeRecipeName !== "" ? AppModel.requirements.activeRecipeName : "Upload recipes"
                 color: Theme.ink
                 font.pixelSize: 12
                 font.weight: Font.Medium

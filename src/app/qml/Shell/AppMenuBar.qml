@@ -6,8 +6,8 @@ import QtQuick.Controls
 import QtQuick.Layouts
 import Parcelo.Model
 
-// The File and Help menus. Every command is one model operation or one outside address; the
-// File commands are offered only in the states in which the model would act on them.
+// The File and Help menus. Every command is one model operation or one outside address; each
+// File command is enabled by the model's gate for its operation.
 MenuBar {
     id: root
 
@@ -27,13 +27,6 @@ MenuBar {
         })
     }
 
-    readonly property bool canAdd: !AppModel.busy && !AppModel.exporting
-    readonly property bool canFit: !AppModel.busy && !AppModel.exporting && !AppModel.scanning
-                                   && AppModel.pendingCount > 0 && AppModel.fitSettings.isValid
-                                   && !(AppModel.exactPixels && AppModel.fitSettings.exactWidth === 0
-                                        && AppModel.fitSettings.exactHeight === 0)
-    readonly property bool canSave: AppModel.readyCount > 0 && !AppModel.busy
-
     AppMenu {
         id: fileMenu
 
@@ -45,7 +38,7 @@ MenuBar {
             objectName: "addAction"
             text: "Add Images or Folders…"
             shortcut: "Ctrl+O"
-            enabled: root.canAdd
+            enabled: AppModel.canAdd
             onTriggered: AppModel.chooseFiles()
         }
         // The desktop's chooser picks files or folders, not both at once: folders have their own item.
@@ -53,21 +46,21 @@ MenuBar {
             objectName: "addFolderAction"
             text: "Add Folder…"
             shortcut: "Ctrl+Shift+O"
-            enabled: root.canAdd
+            enabled: AppModel.canAdd
             onTriggered: AppModel.chooseFolders()
         }
         Action {
             objectName: "fitAction"
             text: "Fit Remaining Images"
             shortcut: "Ctrl+Return"
-            enabled: root.canFit
+            enabled: AppModel.canFit
             onTriggered: AppModel.fit(false)
         }
         Action {
             objectName: "saveAction"
             text: "Save Fitted Copies…"
             shortcut: "Ctrl+S"
-            enabled: root.canSave
+            enabled: AppModel.canSave
             onTriggered: AppModel.exportCopies()
         }
         MenuSeparator {}
@@ -82,7 +75,7 @@ MenuBar {
     // Keypad Enter fits as Return does.
     Shortcut {
         sequence: "Ctrl+Enter"
-        enabled: root.canFit
+        enabled: AppModel.canFit
         onActivated: AppModel.fit(false)
     }
 

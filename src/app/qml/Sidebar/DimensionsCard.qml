@@ -6,16 +6,12 @@ import QtQuick.Layouts
 import QtQuick.Templates as T
 import Parcelo.Style
 import Parcelo.Model
-import "IntegerText.js" as IntegerText
 
 // Flexible (a maximum edge) or exact pixels (a width and a height), with notes on what is allowed.
 SettingsCard {
     id: root
 
     property bool showEdgePicker: false
-    readonly property var edgeChoices: [0, 2560, 1920, 1280, 800]
-    readonly property bool validPixels: IntegerText.within(AppModel.pixelWidth, 64, 4096)
-                                        && IntegerText.within(AppModel.pixelHeight, 64, 4096)
 
     title: "Dimensions"
     icon: "arrow.up.left.and.arrow.down.right"
@@ -29,11 +25,8 @@ SettingsCard {
             Layout.preferredWidth: 1
             text: "Flexible"
             filled: true
-            selected: !AppModel.exactPixels
-            onClicked: {
-                AppModel.exactPixels = false
-                AppModel.settingsChanged()
-            }
+            selected: !AppModel.requirements.exactPixels
+            onClicked: AppModel.requirements.exactPixels = false
         }
         SidebarChoice {
             objectName: "exactChoice"
@@ -41,11 +34,8 @@ SettingsCard {
             Layout.preferredWidth: 1
             text: "Exact pixels"
             filled: true
-            selected: AppModel.exactPixels
-            onClicked: {
-                AppModel.exactPixels = true
-                AppModel.settingsChanged()
-            }
+            selected: AppModel.requirements.exactPixels
+            onClicked: AppModel.requirements.exactPixels = true
         }
     }
 
@@ -54,13 +44,14 @@ SettingsCard {
 
         objectName: "edgeButton"
         Layout.fillWidth: true
-        visible: !AppModel.exactPixels
+        visible: !AppModel.requirements.exactPixels
         implicitHeight: implicitContentHeight + topPadding + bottomPadding
         horizontalPadding: 8
         verticalPadding: 6
         opacity: !enabled ? Theme.disabledOpacity : down ? Theme.pressedOpacity : 1.0
         Accessible.name: "Maximum edge"
-        Accessible.description: AppModel.maxEdge === 0 ? "Original, up to 8192 pixels" : AppModel.maxEdge + " pixels"
+        Accessible.description: AppModel.requirements.maxEdge === 0 ? "Original, up to 8192 pixels"
+                                                                    : AppModel.requirements.maxEdge + " pixels"
         onClicked: root.showEdgePicker = !root.showEdgePicker
 
         contentItem: RowLayout {
@@ -75,7 +66,7 @@ SettingsCard {
                 objectName: "edgeValue"
                 Layout.fillWidth: true
                 horizontalAlignment: Text.AlignRight
-                text: AppModel.maxEdge === 0 ? "Original" : AppModel.maxEdge + " px"
+                text: AppModel.requirements.maxEdge === 0 ? "Original" : AppModel.requirements.maxEdge + " px"
                 color: Theme.ink
                 font.pixelSize: 11
                 font.weight: Font.Medium
@@ -111,18 +102,17 @@ SettingsCard {
                 }
 
                 Repeater {
-                    model: root.edgeChoices
+                    model: AppModel.requirements.edgeChoices
 
                     CheckRow {
-                        required property int modelData
+                        required property var modelData
 
-                        objectName: "edgeChoice" + modelData
+                        objectName: "edgeChoice" + modelData.edge
                         Layout.fillWidth: true
-                        text: modelData === 0 ? "Original · up to 8192 px" : modelData + " px"
-                        checked: AppModel.maxEdge === modelData
+                        text: modelData.label
+                        checked: AppModel.requirements.maxEdge === modelData.edge
                         onClicked: {
-                            AppModel.maxEdge = modelData
-                            AppModel.settingsChanged()
+                            AppModel.requirements.maxEdge = modelData.edge
                             root.showEdgePicker = false
                         }
                     }
@@ -133,16 +123,15 @@ SettingsCard {
 
     RowLayout {
         Layout.fillWidth: true
-        visible: AppModel.exactPixels
+        visible: AppModel.requirements.exactPixels
         spacing: 6
 
         PixelField {
             fieldName: "widthField"
             caption: "W"
-            text: AppModel.pixelWidth
+            text: AppModel.requirements.pixelWidth
             accessibleName: "Exact width in pixels"
-            onTextEdited: AppModel.pixelWidth = text
-            onTextChanged: AppModel.settingsChanged()
+            onTextEdited: AppModel.requirements.pixelWidth = text
         }
         Symbol {
             name: "multiply"
@@ -152,22 +141,17 @@ SettingsCard {
         PixelField {
             fieldName: "heightField"
             caption: "H"
-            text: AppModel.pixelHeight
+            text: AppModel.requirements.pixelHeight
             accessibleName: "Exact height in pixels"
-            onTextEdited: AppModel.pixelHeight = text
-            onTextChanged: AppModel.settingsChanged()
+            onTextEdited: AppModel.requirements.pixelHeight = text
         }
     }
 
     Text {
         objectName: "dimensionsNote"
         Layout.fillWidth: true
-        readonly property bool warning: AppModel.exactPixels && !root.validPixels
-        text: !AppModel.exactPixels
-              ? (AppModel.maxEdge === 0 ? "Up to 8192 px. May shrink to fit.\nNever enlarged."
-                                        : "May shrink to fit the KB limit.\nNever enlarged.")
-              : warning ? "Use 64–4096 pixels for each side." : "Adjust each crop in the preview.\n64–4096 px per side."
-        color: warning ? Theme.red : Theme.secondary
+        text: AppModel.requirements.dimensionsNote
+        color: AppModel.requirements.dimensionsNoteWarns ? Theme.red : Theme.secondary
         font.pixelSize: 9
         wrapMode: Text.Wrap
     }

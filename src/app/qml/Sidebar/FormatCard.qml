@@ -35,11 +35,8 @@ SettingsCard {
                 text: modelData.text
                 Accessible.name: modelData.label
                 filled: true
-                selected: AppModel.outputFormat === modelData.value
-                onClicked: {
-                    AppModel.outputFormat = modelData.value
-                    AppModel.settingsChanged()
-                }
+                selected: AppModel.requirements.outputFormat === modelData.value
+                onClicked: AppModel.requirements.outputFormat = modelData.value
             }
         }
     }
@@ -47,7 +44,7 @@ SettingsCard {
     Text {
         objectName: "formatNote"
         Layout.fillWidth: true
-        text: root.formats.find(format => format.value === AppModel.outputFormat)?.note ?? ""
+        text: AppModel.requirements.formatNote
         color: Theme.secondary
         font.pixelSize: 9
         wrapMode: Text.Wrap

@@ -13,8 +13,6 @@ import Parcelo
 Rectangle {
     id: root
 
-    readonly property bool editable: !AppModel.busy && !AppModel.exporting
-
     implicitWidth: 246
     implicitHeight: 600
     color: Theme.inset
@@ -48,7 +46,7 @@ Rectangle {
             objectName: "settingsColumn"
             Layout.fillWidth: true
             Layout.fillHeight: true
-            enabled: root.editable
+            enabled: AppModel.canEditRequirements
             contentWidth: availableWidth
             ScrollBar.horizontal.policy: ScrollBar.AlwaysOff
 

@@ -5,14 +5,10 @@ import QtQuick
 import QtQuick.Layouts
 import Parcelo.Style
 import Parcelo.Model
-import "IntegerText.js" as IntegerText
 
 // The size limit: a custom field in kilobytes, four presets and a note on the allowed range.
 SettingsCard {
     id: root
-
-    readonly property var presets: [200, 500, 1000, 2000]
-    readonly property bool inRange: AppModel.targetKB >= 10 && AppModel.targetKB <= 25000
 
     title: "File size"
     icon: "arrow.down.document"
@@ -26,19 +22,15 @@ SettingsCard {
 
             objectName: "sizeField"
             Layout.fillWidth: true
-            text: AppModel.customKB
+            text: AppModel.requirements.customKB
             placeholderText: "Limit"
             font.pixelSize: 25
             font.weight: Font.DemiBold
             inputMethodHints: Qt.ImhDigitsOnly
             Accessible.name: "Custom limit in kilobytes"
             Accessible.description: "10 to 25,000 kilobytes per image"
-            onTextEdited: AppModel.customKB = text
-            // Typed, or set by a preset or a recipe: the limit follows the text.
-            onTextChanged: {
-                AppModel.targetKB = IntegerText.value(text) ?? 0
-                AppModel.settingsChanged()
-            }
+            // The model reads the limit from the text.
+            onTextEdited: AppModel.requirements.customKB = text
         }
 
         Text {
@@ -57,22 +49,18 @@ SettingsCard {
         spacing: 3
 
         Repeater {
-            model: root.presets
+            model: AppModel.requirements.sizePresets
 
             SidebarChoice {
-                required property int modelData
+                required property var modelData
 
-                objectName: "sizePreset" + modelData
+                objectName: "sizePreset" + modelData.kilobytes
                 Layout.fillWidth: true
                 Layout.preferredWidth: 1
-                text: modelData <= 999 ? modelData + " KB" : modelData / 1000 + " MB"
-                selected: AppModel.targetKB === modelData
+                text: modelData.label
+                selected: AppModel.requirements.targetKB === modelData.kilobytes
                 filled: false
-                onClicked: {
-                    AppModel.targetKB = modelData
-                    AppModel.customKB = String(modelData)
-                    AppModel.settingsChanged()
-                }
+                onClicked: AppModel.requirements.targetKB = modelData.kilobytes
             }
         }
     }
@@ -80,8 +68,8 @@ SettingsCard {
     Text {
         objectName: "sizeNote"
         Layout.fillWidth: true
-        text: root.inRange ? "Per image · 10 KB to 25 MB" : "Enter a limit from 10 to 25,000 KB."
-        color: root.inRange ? Theme.secondary : Theme.red
+        text: AppModel.requirements.sizeNote
+        color: AppModel.requirements.sizeNoteWarns ? Theme.red : Theme.secondary
         font.pixelSize: 9
         wrapMode: Text.Wrap
     }

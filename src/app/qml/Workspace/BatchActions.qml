@@ -10,9 +10,6 @@ import Parcelo.Style
 Item {
     id: root
 
-    readonly property bool exactUnusable: AppModel.exactPixels && AppModel.fitSettings.exactWidth === 0
-                                          && AppModel.fitSettings.exactHeight === 0
-    readonly property bool settingsUsable: AppModel.fitSettings.isValid && !exactUnusable
     // The width of the shown buttons in one row.
     readonly property real rowWidth: {
         const shown = [retryButton, fitButton, saveButton, pauseButton].filter(button => button.visible)
@@ -35,7 +32,7 @@ Item {
 
             objectName: "retryButton"
             visible: !AppModel.busy && AppModel.failedCount >= 1
-            enabled: !AppModel.exporting && root.settingsUsable
+            enabled: AppModel.canRetry
             text: "Retry failed"
             onClicked: AppModel.fit(true)
         }
@@ -44,7 +41,7 @@ Item {
 
             objectName: "fitButton"
             visible: !AppModel.busy && (AppModel.pendingCount > 0 || AppModel.items.count === 0)
-            enabled: AppModel.items.count > 0 && root.settingsUsable && !AppModel.exporting && !AppModel.scanning
+            enabled: AppModel.canFit
             text: AppModel.readyCount >= 1 ? "Fit remaining" : "Make it fit"
             onClicked: AppModel.fit(false)
         }
@@ -53,7 +50,7 @@ Item {
 
             objectName: "saveButton"
             visible: !AppModel.busy && AppModel.readyCount >= 1
-            enabled: !AppModel.exporting
+            enabled: AppModel.canSave
             text: AppModel.exporting ? "Saving…"
                                      : "Save " + AppModel.readyCount + (AppModel.readyCount === 1 ? " image…" : " images…")
             onClicked: AppModel.exportCopies()

@@ -13,7 +13,7 @@ ColumnLayout {
     id: root
 
     readonly property bool hasCurrent: AppModel.current.id !== undefined
-    readonly property bool currentFitted: hasCurrent && AppModel.current.output.toString() !== ""
+    readonly property bool currentFitted: hasCurrent && AppModel.current.ready
 
     // The user asked to adjust the crop of the current image.
     signal adjustCrop()

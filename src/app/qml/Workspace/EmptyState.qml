@@ -64,6 +64,7 @@ Item {
             Layout.alignment: Qt.AlignHCenter
             Layout.topMargin: 18
             text: "Choose images or folders…"
+            enabled: AppModel.canAdd
             onClicked: AppModel.chooseFiles()
         }
         Text {

@@ -25,7 +25,7 @@ ListView {
     activeFocusOnTab: true
     Keys.onUpPressed: AppModel.selectNeighbour(-1)
     Keys.onDownPressed: AppModel.selectNeighbour(1)
-    Keys.onDeletePressed: if (!AppModel.busy && !AppModel.exporting) AppModel.remove(AppModel.current.id)
+    Keys.onDeletePressed: AppModel.remove(AppModel.current.id)
 
     delegate: ImageRow {
         width: ListView.view.width

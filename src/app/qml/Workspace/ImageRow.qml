@@ -16,7 +16,6 @@ AbstractButton {
     required property int index
 
     readonly property bool isCurrent: model.id === AppModel.current.id
-    readonly property bool fitted: model.output.toString() !== ""
 
     objectName: "imageRow" + index
     hoverEnabled: true
@@ -76,7 +75,7 @@ AbstractButton {
             }
             Symbol {
                 objectName: "readyCheck"
-                visible: root.fitted
+                visible: root.model.ready
                 anchors.right: parent.right
                 anchors.bottom: parent.bottom
                 anchors.margins: -4
@@ -114,14 +113,14 @@ AbstractButton {
 
             Text {
                 Layout.alignment: Qt.AlignRight
-                text: AppModel.decimalSize(root.fitted ? root.model.outputBytes : root.model.inputBytes)
+                text: AppModel.decimalSize(root.model.ready ? root.model.outputBytes : root.model.inputBytes)
                 color: Theme.ink
                 font.pixelSize: 12
                 font.weight: Font.DemiBold
             }
             Text {
                 Layout.alignment: Qt.AlignRight
-                visible: root.fitted
+                visible: root.model.ready
                 text: "from " + AppModel.decimalSize(root.model.inputBytes)
                 color: Theme.muted
                 font.pixelSize: 10
@@ -134,7 +133,7 @@ AbstractButton {
             objectName: "removeButton"
             Layout.preferredWidth: 24
             Layout.preferredHeight: 24
-            enabled: !AppModel.busy && !AppModel.exporting
+            enabled: AppModel.canRemove
             hoverEnabled: true
             onClicked: AppModel.remove(root.model.id)
             Accessible.role: Accessible.Button

@@ -44,7 +44,7 @@ Rectangle {
         Text {
             objectName: "requirementSummary"
             Layout.fillWidth: true
-            text: AppModel.requirementSummary
+            text: AppModel.requirements.summary
             color: Theme.ink
             font.pixelSize: 12
             elide: Text.ElideRight

@@ -41,7 +41,7 @@ RowLayout {
     SecondaryButton {
         objectName: "addImagesButton"
         visible: root.hasBatch
-        enabled: !AppModel.busy && !AppModel.exporting && !AppModel.scanning
+        enabled: AppModel.canAdd
         text: "Add images"
         symbol: "plus"
         horizontalPadding: 12
@@ -52,7 +52,7 @@ RowLayout {
     Button {
         objectName: "clearButton"
         visible: root.hasBatch
-        enabled: !AppModel.busy && !AppModel.exporting
+        enabled: AppModel.canRemove
         flat: true
         text: "Clear"
         // As wide as its word, so that it ends where the content below ends.
