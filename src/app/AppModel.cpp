@@ -204,6 +204,11 @@ bool AppModel::canSave() const {
     return !busy_ && !exporting_ && !scanning_ && readyCount() > 0 && requirements_.usable();
 }
 
+// A save in progress keeps the menu item: the second request is simply ignored by exportCopies().
+bool AppModel::canOfferSave() const {
+    return !busy_ && !scanning_ && readyCount() > 0 && requirements_.usable();
+}
+
 bool AppModel::canEditRequirements() const { return !busy_ && !exporting_; }
 
 bool AppModel::canAdjustCrop() const { return canEditRequirements() && !importing_ && requirements_.exactCropping(); }

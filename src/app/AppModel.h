@@ -85,6 +85,8 @@ class AppModel : public QObject {
     Q_PROPERTY(bool canRetry READ canRetry NOTIFY gatesChanged FINAL)
     /// Saving the ready copies.
     Q_PROPERTY(bool canSave READ canSave NOTIFY gatesChanged FINAL)
+    /// The File menu's Save: still offered while a save runs, when choosing it does nothing.
+    Q_PROPERTY(bool canOfferSave READ canOfferSave NOTIFY gatesChanged FINAL)
     /// Editing the requirements and applying recipes: not while fitting or saving.
     Q_PROPERTY(bool canEditRequirements READ canEditRequirements NOTIFY gatesChanged FINAL)
     /// Opening the crop editor of the current image: exact mode, and no work on the batch.
@@ -148,6 +150,7 @@ public:
     [[nodiscard]] bool canFit() const;
     [[nodiscard]] bool canRetry() const;
     [[nodiscard]] bool canSave() const;
+    [[nodiscard]] bool canOfferSave() const;
     [[nodiscard]] bool canEditRequirements() const;
     [[nodiscard]] bool canAdjustCrop() const;
 

@@ -60,7 +60,7 @@ MenuBar {
             objectName: "saveAction"
             text: "Save Fitted Copies…"
             shortcut: "Ctrl+S"
-            enabled: AppModel.canSave
+            enabled: AppModel.canOfferSave
             onTriggered: AppModel.exportCopies()
         }
         MenuSeparator {}
