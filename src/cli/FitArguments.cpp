@@ -129,7 +129,7 @@ ParsedArguments ArgumentReader::read() {
             optionsEnded = true;
         } else if (!optionsEnded && argument.size() > 1 && argument.front() == '-') {
             readOption(argument);
-            if (parsed_.request == Request::help) return parsed_;
+            if (parsed_.request == Request::help || parsed_.request == Request::version) return parsed_;
         } else {
             parsed_.options.inputs.emplace_back(argument);
         }
@@ -165,6 +165,7 @@ void ArgumentReader::readOption(const std::string& argument) {
     inlineValue_ = equals == std::string::npos ? std::nullopt : std::optional(argument.substr(equals + 1));
     FitOptions& options = parsed_.options;
     if (option_ == "-h" || option_ == "--help") parsed_.request = Request::help;
+    else if (option_ == "--version") parsed_.request = Request::version;
     else if (option_ == "--kb") options.settings.targetBytes = kilobytesToBytes(wholeNumber(option_, typedValue()));
     else if (option_ == "--max-edge") options.settings.maxEdge = wholeNumber(option_, typedValue());
     else if (option_ == "--exact") applyExact(option_, typedValue(), options.settings);
@@ -267,7 +268,8 @@ std::string helpText() {
          << "                  IPTC, comments) and in sRGB. Each line names what fails.\n"
          << "  --recipes       List the recipes saved in Parcelo, then the examples, each with its\n"
          << "                  requirements.\n"
-         << "  -h, --help      Show this help.\n\n"
+         << "  -h, --help      Show this help.\n"
+         << "  --version       Show the version.\n\n"
          << "Folders are searched, with all their subfolders, for files ending in\n"
          << extensionList() << ";\n"
          << "hidden files and links inside folders are left out, and each item left out is named.\n"

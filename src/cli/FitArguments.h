@@ -32,8 +32,8 @@ struct FitOptions {
     unsigned jobs = 1;
 };
 
-// Fit copies; check files as they are; list the recipes; show the help.
-enum class Request { fit, check, listRecipes, help };
+// Fit copies; check files as they are; list the recipes; show the help or the version.
+enum class Request { fit, check, listRecipes, help, version };
 
 // The user's recipe library as the app stored it. Read once at most, and only when a recipe
 // is named or listed.

@@ -157,6 +157,10 @@ int runFitCommand(const std::vector<std::string>& arguments, const Console& cons
         console.out << helpText();
         return kExitAllSaved;
     }
+    if (parsed.request == Request::version) {
+        console.out << "parcelo-fit " PARCELO_VERSION "\n";
+        return kExitAllSaved;
+    }
     if (parsed.request == Request::listRecipes) {
         console.out << recipeListing(library ? library() : std::vector<UploadRecipe>(), parsed.options.json);
         return kExitAllSaved;
