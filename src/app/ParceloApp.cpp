@@ -9,11 +9,19 @@
 #include <QGuiApplication>
 #include <QIcon>
 #include <QQuickWindow>
+#include <QStandardPaths>
 
 #include "AppEngine.h"
 #include "AppLinks.h"
 
 namespace parcelo {
+
+namespace {
+
+// The application's name, which also names its folders and the preferences' organization.
+const QString kName = QStringLiteral("Parcelo");
+
+}  // namespace
 
 // Decoding a large progressive JPEG takes tens of megabytes on a worker thread, and glibc keeps
 // freed memory in an arena per thread: without a cap the peak grows with every thread that ever
@@ -46,10 +54,21 @@ void AppDelegate::applicationWillTerminate() {
     if (model_) model_->cleanUp();
 }
 
+void moveOldCacheUp(const QString& cache) {
+    QDir old(QDir(cache).filePath(kName));
+    if (!old.exists()) return;
+    for (const QString& entry : old.entryList(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot))
+        QDir().rename(old.filePath(entry), QDir(cache).filePath(entry));
+    old.removeRecursively();
+}
+
 ParceloApp::ParceloApp() {
     limitMemoryArenas();
-    QGuiApplication::setOrganizationName(QStringLiteral("Parcelo"));
-    QGuiApplication::setApplicationName(QStringLiteral("Parcelo"));
+    // Without an organization name, what Qt keeps for Parcelo (caches above all) goes into one
+    // folder named after it, ~/.cache/Parcelo, instead of ~/.cache/Parcelo/Parcelo. The
+    // preferences keep their place: their store names both.
+    QGuiApplication::setOrganizationName({});
+    QGuiApplication::setApplicationName(kName);
     QGuiApplication::setApplicationVersion(AppLinks::version());
     QGuiApplication::setDesktopFileName(QString::fromLatin1(kDesktopId));
     QGuiApplication::setWindowIcon(QIcon(QStringLiteral(":/icons/app.parcelo.Parcelo.svg")));
@@ -87,7 +106,8 @@ bool ParceloApp::start(const QStringList& paths, const QString& instanceName) {
         raiseWindow();
     });
 
-    preferences_ = std::make_unique<QSettings>();
+    moveOldCacheUp(QStandardPaths::writableLocation(QStandardPaths::CacheLocation));
+    preferences_ = std::make_unique<QSettings>(kName, kName);
     model_ = std::make_unique<AppModel>(preferences_.get());
     delegate_.openFiles(absolute, QDir::rootPath());
     showWindow();

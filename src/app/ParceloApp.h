@@ -28,6 +28,11 @@ void limitMemoryArenas();
 // from `folder` (the launching process's folder), and a path need not exist to be a location.
 [[nodiscard]] QUrl fileLocation(const QString& path, const QString& folder);
 
+// Parcelo's caches were once kept one folder deeper, in `cache`/Parcelo: moves what is there up
+// into `cache` and removes that folder. What `cache` already holds stays, as any cache can be
+// made again.
+void moveOldCacheUp(const QString& cache);
+
 // Receives the files opened from the desktop and hands them to the model once one is connected.
 // Runs on the main thread only.
 class AppDelegate : public QObject {

@@ -17,6 +17,7 @@
 #include <QProcess>
 #include <QRegularExpression>
 #include <QQuickWindow>
+#include <QStandardPaths>
 #include <QtQml/qqmlextensionplugin.h>
 #include <QtTest>
 
@@ -116,6 +117,9 @@ private slots:
         ParceloApp parcelo;
         QVERIFY(parcelo.start({u"album"_s, QString(), u"img5.png"_s}));
         QVERIFY(QDir::setCurrent(launchedFrom));
+        // What Qt keeps for Parcelo is in one folder, ~/.cache/Parcelo.
+        QCOMPARE(QStandardPaths::writableLocation(QStandardPaths::CacheLocation),
+                 QDir(QStandardPaths::writableLocation(QStandardPaths::GenericCacheLocation)).filePath(u"Parcelo"_s));
         AppModel& model = *parcelo.model();
         QCOMPARE(parcelo.delegate().pendingFiles(), urls({first + u"/album"_s, first + u"/img5.png"_s}));
         QVERIFY(model.items().empty());
@@ -146,6 +150,19 @@ private slots:
         QVERIFY2(!QFileInfo::exists(cache), qPrintable(cache));
         qunsetenv("XDG_RUNTIME_DIR");
         qunsetenv("XDG_CONFIG_HOME");
+    }
+
+    // Caches an earlier Parcelo kept one folder deeper move up; where both places have one, the
+    // newer stays.
+    void anOlderCacheMovesUpOneFolder() {
+        ModelSandbox sandbox;
+        const QString cache = sandbox.path(u"cache"_s);
+        for (const auto* folder : {"Parcelo/moved", "Parcelo/both/old", "both/new"})
+            QVERIFY(QDir(cache).mkpath(QString::fromLatin1(folder)));
+        moveOldCacheUp(cache);
+        QVERIFY(QFileInfo(cache + u"/moved"_s).isDir());
+        QVERIFY(!QFileInfo::exists(cache + u"/Parcelo"_s));
+        QCOMPARE(QDir(cache + u"/both"_s).entryList(QDir::AllEntries | QDir::NoDotAndDotDot), QStringList({u"new"_s}));
     }
 
     // Two launches at once both find no instance and both listen: the later one must leave the
