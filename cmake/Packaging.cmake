@@ -2,8 +2,8 @@
 # SPDX-License-Identifier: GPL-3.0-or-later
 
 # `make package`: a Debian package of Parcelo. The shared libraries it links come from
-# dpkg-shlibdeps; what it loads at run time without linking (QML modules, the platform and
-# image plugins, the icons and the font) is named here.
+# dpkg-shlibdeps; what it loads at run time without linking (QML modules, the X11 and Wayland
+# platform plugins, the image plugins, the icons and the font) is named here.
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_NAME parcelo)
 set(CPACK_PACKAGE_VENDOR Parcelo)
@@ -23,6 +23,6 @@ set(PARCELO_RUNTIME_PACKAGES
   qml6-module-qtquick-layouts qml6-module-qtquick-templates qml6-module-qtquick-window
   qml6-module-qtqml-workerscript qml6-module-qtquick-shapes qml6-module-qt-labs-folderlistmodel
   qml6-module-qt5compat-graphicaleffects
-  qt6-qpa-plugins libqt6svg6 breeze-icon-theme fonts-inter)
+  qt6-qpa-plugins qt6-wayland libqt6svg6 breeze-icon-theme fonts-inter)
 list(JOIN PARCELO_RUNTIME_PACKAGES ", " CPACK_DEBIAN_PACKAGE_DEPENDS)
 include(CPack)

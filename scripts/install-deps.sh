@@ -26,8 +26,9 @@ packages=(
   xdg-desktop-portal dbus-daemon
   # desktop integration: validators for the desktop entry and AppStream data, the .deb's dependencies
   desktop-file-utils appstream dpkg-dev
-  # what a distribution checks: every file's licence, the package
-  reuse lintian
+  # what a distribution checks: every file's licence, the package, the shell completion; the
+  # window on Wayland under a compositor of its own
+  reuse lintian bash-completion qt6-wayland weston python3
   # benchmarks and test tools
   imagemagick time jq
   # fuzzing (make fuzz): libFuzzer and the sanitizers' runtime come with clang
