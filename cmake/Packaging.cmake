@@ -9,9 +9,15 @@ set(CPACK_PACKAGE_NAME parcelo)
 set(CPACK_PACKAGE_VENDOR Parcelo)
 set(CPACK_PACKAGE_CONTACT "Parcelo <support@parcelo.app>")
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "Upload-ready copies of images within a size limit")
-set(CPACK_PACKAGE_DESCRIPTION "Parcelo makes upload-ready copies of whole batches of images:
-a size limit, a largest edge or exact pixels, JPEG or PNG, no metadata, originals untouched.
-Includes parcelo-fit, the same engine for scripts.")
+# Debian shows the description as it is written: lines of at most 79 characters.
+set(CPACK_PACKAGE_DESCRIPTION "Parcelo makes upload-ready copies of whole batches of images for forms that
+limit the file size, the largest edge or the exact pixel size. For each image
+it finds the largest copy at the highest JPEG quality that fits, never
+enlarged; copies are 8-bit sRGB, carry no metadata and are verified before
+they are saved. Originals are never changed. Sources may be JPEG, PNG, HEIC,
+HEIF, TIFF, BMP or GIF.
+.
+Includes parcelo-fit, the same engine on the command line for scripts.")
 set(CPACK_PACKAGE_HOMEPAGE_URL https://parcelo.app)
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
