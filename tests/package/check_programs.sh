@@ -34,10 +34,13 @@ for program in "$@"; do
   fi
 done
 
-# The completion, as bash runs it for a user who typed the words given and pressed Tab.
+# The completion, as bash runs it for a user who typed the words given and pressed Tab; the
+# user has saved no recipes, so the examples are the recipes offered.
 fit="$1"
+no_preferences=$(mktemp -d)
+trap 'rm -rf "$no_preferences"' EXIT
 completions() {
-  bash -c '
+  XDG_CONFIG_HOME="$no_preferences" bash -c '
     source /usr/share/bash-completion/bash_completion
     source "$1"; shift
     COMP_WORDS=("$@"); COMP_CWORD=$(($# - 1)); COMP_LINE="$*"; COMP_POINT=${#COMP_LINE}
