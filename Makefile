@@ -5,9 +5,11 @@
 BUILD_DIR ?= build
 # The model's tests run a second time here, under AddressSanitizer and UndefinedBehaviorSanitizer.
 ASAN_DIR ?= build-asan
+# The engine, parcelo-fit and the model, built a third time under ThreadSanitizer (see `tsan`).
+TSAN_DIR ?= build-tsan
 JOBS ?= $(shell nproc)
 
-.PHONY: deps configure build run test bench package fuzz clean
+.PHONY: deps configure build run test tsan bench package fuzz clean
 
 deps:
 	@bash scripts/install-deps.sh
@@ -26,6 +28,16 @@ test: build
 	@cmake -S . -B $(ASAN_DIR) -DCMAKE_BUILD_TYPE=Debug -DPARCELO_SANITIZE=ON >/dev/null
 	@cmake --build $(ASAN_DIR) -j $(JOBS) --target parcelo_app_model_tests
 	ctest --test-dir $(ASAN_DIR) --output-on-failure -j $(JOBS) -L model
+	@$(MAKE) --no-print-directory tsan
+
+# Every data race fails a test. Suppressed are only libraries Debian builds without ThreadSanitizer
+# (tests/tsan.supp says why for each); Parcelo's own code is never suppressed.
+TSAN_TARGETS = parcelo_core_tests parcelo_cli_tests parcelo-fit parcelo_app_model_tests
+tsan: deps
+	@cmake -S . -B $(TSAN_DIR) -DCMAKE_BUILD_TYPE=RelWithDebInfo -DPARCELO_SANITIZE_THREAD=ON >/dev/null
+	@cmake --build $(TSAN_DIR) -j $(JOBS) --target $(TSAN_TARGETS)
+	TSAN_OPTIONS="suppressions=$(CURDIR)/tests/tsan.supp second_deadlock_stack=1" \
+	  ctest --test-dir $(TSAN_DIR) --output-on-failure -j $(JOBS) -L 'engine|cli|model'
 
 # The fuzzers, built with clang in their own folder, each run for FUZZ_SECONDS (see fuzz/README.md).
 FUZZ_DIR ?= build-fuzz
@@ -44,4 +56,4 @@ package: build
 	cmake --build $(BUILD_DIR) --target package
 
 clean:
-	rm -rf $(BUILD_DIR) $(ASAN_DIR) $(FUZZ_DIR)
+	rm -rf $(BUILD_DIR) $(ASAN_DIR) $(TSAN_DIR) $(FUZZ_DIR)

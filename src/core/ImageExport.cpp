@@ -29,11 +29,22 @@ std::string nameWithoutExtension(const std::string& originalName) {
     return fs::path(originalName).filename().stem().string();
 }
 
+// ICU makes its normalizer once, behind a lock of its own; a static hands the one instance to
+// every saving thread through the language's own once-initialisation, which tools can follow.
+const icu::Normalizer2* decomposition() {
+    static const icu::Normalizer2* const nfd = [] {
+        UErrorCode status = U_ZERO_ERROR;
+        const icu::Normalizer2* instance = icu::Normalizer2::getNFDInstance(status);
+        return U_SUCCESS(status) ? instance : nullptr;
+    }();
+    return nfd;
+}
+
 icu::UnicodeString decomposed(const std::string& text) {
-    UErrorCode status = U_ZERO_ERROR;
-    const icu::Normalizer2* nfd = icu::Normalizer2::getNFDInstance(status);
     const icu::UnicodeString source = icu::UnicodeString::fromUTF8(text);
-    if (U_FAILURE(status)) return source;
+    const icu::Normalizer2* nfd = decomposition();
+    if (nfd == nullptr) return source;
+    UErrorCode status = U_ZERO_ERROR;
     icu::UnicodeString result = nfd->normalize(source, status);
     return U_SUCCESS(status) ? result : source;
 }
