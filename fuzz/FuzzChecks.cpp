@@ -26,10 +26,6 @@ namespace {
 constexpr std::int64_t kThumbnailEdge = 400;
 constexpr std::int64_t kSmallLimit = 10'000;
 
-void require(bool promise, const char* what) {
-    if (!promise) throw BrokenPromise(what);
-}
-
 // One scratch file per process, rewritten for every input and removed at exit.
 class ScratchFile {
 public:

@@ -18,12 +18,21 @@ struct BrokenPromise : std::logic_error {
     using std::logic_error::logic_error;
 };
 
+inline void require(bool promise, const char* what) {
+    if (!promise) throw BrokenPromise(what);
+}
+
 // The bytes as a file: validated and decoded up to the 400-pixel preview of the thumbnail pass.
 std::string checkSource(std::span<const std::uint8_t> bytes);
 
 // The bytes as a file, fitted to 10 KB at a small edge or exact size; the last byte chooses the
 // format, the mode and the crop.
 std::string checkFit(std::span<const std::uint8_t> bytes);
+
+// The bytes as a program that builds a folder tree (names, extensions, links, pipes, hidden
+// entries, permissions, depth), scanned as a dropped folder: "ok", "stopped" (more images than
+// the limit drawn from the bytes) or "too many entries".
+std::string checkScan(std::span<const std::uint8_t> bytes);
 
 // The bytes as the stored requirements and as the stored recipe library: "settings", "recipes",
 // "both" for what was restored, or "defaults".

@@ -4,14 +4,14 @@
 
 # Runs each fuzzer in turn, at low priority, for SECONDS each, growing its corpus in the build
 # folder, then replays that corpus to check that nothing but libFuzzer itself printed a line.
-# Usage: fuzz/run.sh BUILD_DIR CORPUS_DIR SECONDS [TARGET...]   (targets: source fit stored)
+# Usage: fuzz/run.sh BUILD_DIR CORPUS_DIR SECONDS [TARGET...]   (targets: source fit stored scan)
 set -euo pipefail
 build=${1:?build folder}
 corpus=${2:?image corpus folder}
 seconds=${3:?seconds per target}
 shift 3
 targets=("$@")
-[ ${#targets[@]} -eq 0 ] && targets=(source fit stored)
+[ ${#targets[@]} -eq 0 ] && targets=(source fit stored scan)
 here=$(cd "$(dirname "$0")" && pwd)
 
 [ -d "$build/fuzz-seeds/source" ] || bash "$here/make-seeds.sh" "$corpus" "$build/fuzz-seeds"
@@ -20,12 +20,13 @@ for target in "${targets[@]}"; do
   case $target in
     source|fit) options=(-dict="$here/formats.dict" -max_len=65536) ;;
     stored) options=(-dict="$here/stored.dict" -max_len=8192) ;;
+    scan) options=(-max_len=2048) ;;
     *) echo "unknown target $target" >&2; exit 2 ;;
   esac
   work="$build/fuzz-corpus/$target"
   findings="$build/fuzz-findings/$target"
   log="$build/fuzz-logs/$target.log"
-  mkdir -p "$work" "$findings" "$(dirname "$log")"
+  mkdir -p "$work" "$findings" "$(dirname "$log")" "$build/fuzz-seeds/$target"
   echo "== fuzz_$target for ${seconds}s (log: $log)"
   status=0
   # A unit that runs 2 s is reported as slow, one that runs 10 s is a fault; 2 GB bounds memory.

@@ -23,7 +23,8 @@ using Check = std::function<std::string(std::span<const std::uint8_t>)>;
 TEST(FuzzRegressions, EveryKeptInputKeepsTheEnginesPromises) {
     const std::vector<std::pair<const char*, Check>> targets{{"source", parcelo::fuzz::checkSource},
                                                              {"fit", parcelo::fuzz::checkFit},
-                                                             {"stored", parcelo::fuzz::checkStoredForms}};
+                                                             {"stored", parcelo::fuzz::checkStoredForms},
+                                                             {"scan", parcelo::fuzz::checkScan}};
     int inputs = 0;
     for (const auto& [target, check] : targets) {
         const fs::path folder = fs::path(PARCELO_FUZZ_REGRESSIONS) / target;
