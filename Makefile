@@ -9,7 +9,7 @@ ASAN_DIR ?= build-asan
 TSAN_DIR ?= build-tsan
 JOBS ?= $(shell nproc)
 
-.PHONY: deps configure build run test tsan bench package fuzz clean
+.PHONY: deps configure build run test tsan stress bench package fuzz clean
 
 deps:
 	@bash scripts/install-deps.sh
@@ -33,11 +33,21 @@ test: build
 # Every data race fails a test. Suppressed are only libraries Debian builds without ThreadSanitizer
 # (tests/tsan.supp says why for each); Parcelo's own code is never suppressed.
 TSAN_TARGETS = parcelo_core_tests parcelo_cli_tests parcelo-fit parcelo_app_model_tests
+TSAN_ENV = TSAN_OPTIONS="suppressions=$(CURDIR)/tests/tsan.supp second_deadlock_stack=1"
 tsan: deps
 	@cmake -S . -B $(TSAN_DIR) -DCMAKE_BUILD_TYPE=RelWithDebInfo -DPARCELO_SANITIZE_THREAD=ON >/dev/null
 	@cmake --build $(TSAN_DIR) -j $(JOBS) --target $(TSAN_TARGETS)
-	TSAN_OPTIONS="suppressions=$(CURDIR)/tests/tsan.supp second_deadlock_stack=1" \
-	  ctest --test-dir $(TSAN_DIR) --output-on-failure -j $(JOBS) -L 'engine|cli|model'
+	$(TSAN_ENV) ctest --test-dir $(TSAN_DIR) --output-on-failure -j $(JOBS) -L 'engine|cli|model'
+
+# The model's stress run at length under ThreadSanitizer; a failing round replays with its seed:
+# `make stress STRESS_SEED=7 STRESS_ROUNDS=200`.
+STRESS_SEED ?= 1
+STRESS_ROUNDS ?= 200
+stress: deps
+	@cmake -S . -B $(TSAN_DIR) -DCMAKE_BUILD_TYPE=RelWithDebInfo -DPARCELO_SANITIZE_THREAD=ON >/dev/null
+	@cmake --build $(TSAN_DIR) -j $(JOBS) --target tst_stress
+	$(TSAN_ENV) PARCELO_STRESS_SEED=$(STRESS_SEED) PARCELO_STRESS_ROUNDS=$(STRESS_ROUNDS) QT_QPA_PLATFORM=offscreen \
+	  $(TSAN_DIR)/tests/app/tst_stress
 
 # The fuzzers, built with clang in their own folder, each run for FUZZ_SECONDS (see fuzz/README.md).
 FUZZ_DIR ?= build-fuzz
