@@ -4,8 +4,10 @@
 #include "Encoding.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <limits>
+#include <string_view>
 
 #include "FitError.h"
 #include "SourceImage.h"
@@ -28,6 +30,85 @@ bool optimiseCoding(const VImage& image) {
 
 // The longest string a deflate back-reference can copy.
 constexpr std::int64_t kLongestDeflateMatch = 258;
+
+// JFIF 1.01 APP0: "JFIF\0", version, unit (0 none, 1 dots per inch), densities, no thumbnail.
+constexpr std::array<std::uint8_t, 18> kJfifHeader{0xFF, 0xE0, 0x00, 0x10, 'J', 'F', 'I', 'F', 0x00,
+                                                   0x01, 0x01, 0x00, 0x00, 0x01, 0x00, 0x01, 0x00, 0x00};
+constexpr std::size_t kJfifUnitOffset = 2 + 11;  // after the start-of-image marker
+
+// The data of a PNG's physical-size chunk: pixels per unit across and down, and the unit.
+constexpr std::size_t kPhysDataLength = 9;
+
+constexpr double kMetresPerInch = 0.0254;
+constexpr double kMillimetresPerInch = 25.4;
+
+std::uint32_t crc32(const std::uint8_t* bytes, std::size_t length) {
+    std::uint32_t crc = 0xFFFFFFFFu;
+    for (std::size_t index = 0; index < length; ++index) {
+        crc ^= bytes[index];
+        for (int bit = 0; bit < 8; ++bit) crc = (crc >> 1) ^ (0xEDB88320u & (0u - (crc & 1u)));
+    }
+    return ~crc;
+}
+
+void putBigEndian(std::uint8_t* at, std::uint64_t value, int bytes) {
+    for (int index = bytes - 1; index >= 0; --index, value >>= 8) at[index] = static_cast<std::uint8_t>(value);
+}
+
+// Where the data of the PNG's physical-size chunk starts; libvips writes one into every PNG.
+std::optional<std::size_t> physDataOffset(const std::vector<std::uint8_t>& file) {
+    std::size_t at = 8;  // past the signature
+    while (at + 12 <= file.size()) {
+        const std::size_t length = (std::size_t{file[at]} << 24) | (std::size_t{file[at + 1]} << 16) |
+                                   (std::size_t{file[at + 2]} << 8) | file[at + 3];
+        if (std::equal(file.begin() + static_cast<std::ptrdiff_t>(at + 4),
+                       file.begin() + static_cast<std::ptrdiff_t>(at + 8), "pHYs"))
+            return length == kPhysDataLength ? std::optional(at + 8) : std::nullopt;
+        at += 12 + length;
+    }
+    return std::nullopt;
+}
+
+// Rewrites the physical-size chunk: pixels per unit across and down, and the unit (0 none, 1 metre).
+void writePhys(std::vector<std::uint8_t>& file, std::uint32_t perUnit, std::uint8_t unit) {
+    const auto data = physDataOffset(file);
+    if (!data) throw FitError(FitError::Case::cannotEncode);
+    std::uint8_t* chunk = file.data() + *data;
+    putBigEndian(chunk, perUnit, 4);
+    putBigEndian(chunk + 4, perUnit, 4);
+    chunk[8] = unit;
+    putBigEndian(chunk + kPhysDataLength, crc32(chunk - 4, 4 + kPhysDataLength), 4);
+}
+
+// libvips leaves the JFIF header out of a file whose metadata is stripped; it goes in after
+// the start-of-image marker.
+std::vector<std::uint8_t> withJfifHeader(std::vector<std::uint8_t> jpeg) {
+    if (jpeg.size() < 2) throw FitError(FitError::Case::cannotEncode);
+    jpeg.insert(jpeg.begin() + 2, kJfifHeader.begin(), kJfifHeader.end());
+    return jpeg;
+}
+
+// The PNG's physical size in dots per inch when its unit is the metre; the chunk comes before
+// the image data, so the walk stops there.
+std::int64_t pngStatedDpi(std::istream& png) {
+    std::array<unsigned char, 8> chunk{};
+    png.seekg(8);  // past the signature
+    while (png.read(reinterpret_cast<char*>(chunk.data()), 8)) {
+        const std::uint32_t length = std::uint32_t{chunk[0]} << 24 | std::uint32_t{chunk[1]} << 16 |
+                                     std::uint32_t{chunk[2]} << 8 | chunk[3];
+        const std::string_view type(reinterpret_cast<const char*>(chunk.data() + 4), 4);
+        if (type == "IDAT" || type == "IEND") return 0;
+        if (type == "pHYs" && length == kPhysDataLength) {
+            std::array<unsigned char, kPhysDataLength> data{};
+            if (!png.read(reinterpret_cast<char*>(data.data()), data.size()) || data[8] != 1) return 0;
+            const std::uint32_t perMetre = std::uint32_t{data[0]} << 24 | std::uint32_t{data[1]} << 16 |
+                                           std::uint32_t{data[2]} << 8 | data[3];
+            return std::lround(perMetre * kMetresPerInch);
+        }
+        png.seekg(std::streamoff{length} + 4, std::ios::cur);
+    }
+    return 0;
+}
 
 }  // namespace
 
@@ -76,7 +157,8 @@ std::vector<std::uint8_t> encode(const VImage& image, bool png, double quality) 
 std::optional<std::vector<std::uint8_t>> encodeWithin(const VImage& image, bool png, double quality,
                                                       std::int64_t byteLimit) {
     WrittenBytes written;
-    written.limit = byteLimit;
+    // The JFIF header goes in after the encoder is done, and counts against the limit.
+    written.limit = png ? byteLimit : byteLimit - static_cast<std::int64_t>(kJfifHeader.size());
     VipsTargetCustom* custom = vips_target_custom_new();
     g_signal_connect(custom, "write", G_CALLBACK(collectWritten), &written);
     const vips::VTarget target(VIPS_TARGET(custom));
@@ -87,7 +169,29 @@ std::optional<std::vector<std::uint8_t>> encodeWithin(const VImage& image, bool 
         if (written.overLimit) return std::nullopt;
         throw FitError(FitError::Case::cannotEncode);
     }
+    if (!png) return withJfifHeader(std::move(written.bytes));
+    writePhys(written.bytes, 1, 0);  // not the source's resolution, which libvips would carry over
     return std::move(written.bytes);
+}
+
+void stampResolution(std::vector<std::uint8_t>& file, bool png, std::int64_t dpi) {
+    if (dpi <= 0) return;
+    if (png) {
+        writePhys(file, static_cast<std::uint32_t>(std::lround(static_cast<double>(dpi) / kMetresPerInch)), 1);
+        return;
+    }
+    if (file.size() < kJfifUnitOffset + 5 || file[3] != 0xE0) throw FitError(FitError::Case::cannotEncode);
+    file[kJfifUnitOffset] = 1;
+    putBigEndian(file.data() + kJfifUnitOffset + 1, static_cast<std::uint64_t>(dpi), 2);
+    putBigEndian(file.data() + kJfifUnitOffset + 3, static_cast<std::uint64_t>(dpi), 2);
+}
+
+std::int64_t statedDpi(const VImage& header, bool isPNG, std::istream& png) {
+    if (isPNG) return pngStatedDpi(png);
+    // libvips reads a JFIF, EXIF or TIFF resolution into pixels per millimetre, and its unit when
+    // the file names one; a JFIF header with only an aspect names none.
+    if (header.get_typeof(VIPS_META_RESOLUTION_UNIT) == 0) return 0;
+    return std::lround(header.xres() * kMillimetresPerInch);
 }
 
 std::int64_t smallestEncodedBytes(geometry::PixelSize size, bool png, bool alpha) {

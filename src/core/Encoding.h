@@ -4,6 +4,7 @@
 #pragma once
 
 #include <cstdint>
+#include <istream>
 #include <optional>
 #include <vector>
 
@@ -18,7 +19,9 @@ namespace parcelo::detail {
 int jpegQualitySetting(double quality);
 
 // Encodes the bitmap as one PNG or JPEG file with no metadata of the source (no EXIF, GPS,
-// XMP, IPTC or profile: the pixels are already sRGB and upright). Throws FitError(cannotEncode).
+// XMP, IPTC or profile: the pixels are already sRGB and upright). A JPEG starts with a standard
+// JFIF header and a PNG carries a physical-size chunk, both saying a 1:1 pixel aspect and no
+// unit until stampResolution writes one. Throws FitError(cannotEncode).
 std::vector<std::uint8_t> encode(const vips::VImage& image, bool png, double quality);
 
 // The very file `encode` makes, or nothing as soon as more than byteLimit bytes of it have been
@@ -26,6 +29,15 @@ std::vector<std::uint8_t> encode(const vips::VImage& image, bool png, double qua
 // unfinished. Throws FitError(cannotEncode).
 std::optional<std::vector<std::uint8_t>> encodeWithin(const vips::VImage& image, bool png, double quality,
                                                       std::int64_t byteLimit);
+
+// Writes the resolution, in dots per inch, into the header that encode wrote, in place: the
+// file keeps its length, so a copy that fitted still fits.
+void stampResolution(std::vector<std::uint8_t>& file, bool png, std::int64_t dpi);
+
+// The resolution a file states, in whole dots per inch; 0 when it states none (or only an
+// aspect). libvips reads a PNG's physical size without its unit, so a PNG's chunks are read
+// from `png`, which is the file from its start; `png` is not used for other files.
+std::int64_t statedDpi(const vips::VImage& header, bool isPNG, std::istream& png);
 
 // No file of this many pixels encodes smaller: a bound that holds for every picture, so a size
 // above the limit need not be encoded. A baseline JPEG codes at least two Huffman symbols of at

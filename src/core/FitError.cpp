@@ -3,9 +3,20 @@
 
 #include "FitError.h"
 
+#include "ByteCountFormat.h"
+
 namespace parcelo {
 
+FitError FitError::minimumUnreachable(std::int64_t reachedBytes, std::int64_t minBytes) {
+    FitError error(Case::minimumUnreachable);
+    error.message_ = "This copy reaches only " + formatByteCount(reachedBytes) + " within your limit, under the " +
+                     formatByteCount(minBytes) +
+                     " minimum. Lower the minimum or choose larger dimensions. Parcelo never pads a file.";
+    return error;
+}
+
 std::string_view FitError::errorDescription() const {
+    if (!message_.empty()) return message_;
     switch (case_) {
     case Case::invalidSettings:
         return "Choose 10–25,000 KB, a maximum edge of 64–8192 px, or exact dimensions of 64–4096 px per side.";
@@ -30,6 +41,9 @@ std::string_view FitError::errorDescription() const {
     case Case::processingLimit:
         return "This crop needs more source pixels than Parcelo’s memory limit allows. Crop a copy in an image "
                "editor first, or choose smaller exact dimensions.";
+    case Case::minimumUnreachable:
+        return "This copy stays under your minimum size even at the best quality. Lower the minimum or choose "
+               "larger dimensions. Parcelo never pads a file.";
     }
     return {};
 }
@@ -46,11 +60,12 @@ std::string_view FitError::caseName() const {
     case Case::sourceTooSmall: return "sourceTooSmall";
     case Case::verificationFailed: return "verificationFailed";
     case Case::processingLimit: return "processingLimit";
+    case Case::minimumUnreachable: return "minimumUnreachable";
     }
     return {};
 }
 
-// Every message is a literal, so its data is NUL-terminated and lives for the program.
-const char* FitError::what() const noexcept { return errorDescription().data(); }
+// Every fixed message is a literal, and a message with figures is held whole: both end in NUL.
+const char* FitError::what() const noexcept { return message_.empty() ? errorDescription().data() : message_.c_str(); }
 
 }  // namespace parcelo

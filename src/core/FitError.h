@@ -4,7 +4,9 @@
 #pragma once
 
 #include <array>
+#include <cstdint>
 #include <exception>
+#include <string>
 #include <string_view>
 
 namespace parcelo {
@@ -23,15 +25,18 @@ public:
         sourceTooSmall,
         verificationFailed,
         processingLimit,
+        minimumUnreachable,
     };
-    static constexpr std::array<Case, 10> allCases{
+    static constexpr std::array<Case, 11> allCases{
         Case::invalidSettings,   Case::unreadable,      Case::tooLarge,
         Case::multipleFrames,    Case::cannotEncode,    Case::targetUnreachable,
         Case::exactTargetUnreachable, Case::sourceTooSmall, Case::verificationFailed,
-        Case::processingLimit,
+        Case::processingLimit, Case::minimumUnreachable,
     };
 
     explicit FitError(Case errorCase) : case_(errorCase) {}
+    // minimumUnreachable: the largest copy within the limit, and the smallest size asked for.
+    static FitError minimumUnreachable(std::int64_t reachedBytes, std::int64_t minBytes);
 
     [[nodiscard]] Case errorCase() const { return case_; }
     // The user-facing message.
@@ -44,6 +49,7 @@ public:
 
 private:
     Case case_;
+    std::string message_;  // only for a message that carries figures
 };
 
 // Raised when the caller asked a blocking operation to stop. Never a FitError: a stop

@@ -59,7 +59,7 @@ public:
         if (data) keep(setting, std::move(*data));
         return data.has_value();
     }
-    Found take() { return {std::move(kept_), size_}; }
+    Found take() { return {std::move(kept_), size_, keptSetting_}; }
 
 private:
     void keep(int setting, Bytes data) {

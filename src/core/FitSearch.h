@@ -22,6 +22,7 @@ namespace parcelo::detail {
 struct Found {
     std::vector<std::uint8_t> data;
     geometry::PixelSize size;
+    int setting = 0;  // the JPEG encoder's setting of the file (PNG: 0)
 };
 
 // Whether the first-quality file at the decoded size is likely to fit, the limit being generous

@@ -3,6 +3,7 @@
 
 #include "FitSettings.h"
 
+#include <algorithm>
 #include <limits>
 
 #include <nlohmann/json.hpp>
@@ -51,11 +52,19 @@ std::string_view label(OutputFormat format) {
     return "Automatic";
 }
 
-bool FitSettings::isValid() const { return hasValidTarget() && hasValidMaxEdge() && hasValidExactSize(); }
+bool FitSettings::isValid() const {
+    return hasValidTarget() && hasValidMaxEdge() && hasValidExactSize() && hasValidMinimum() && hasValidDpi();
+}
 
 bool FitSettings::hasValidTarget() const { return inRange(targetBytes, kMinTargetBytes, kMaxTargetBytes); }
 
 bool FitSettings::hasValidMaxEdge() const { return maxEdge == 0 || inRange(maxEdge, kMinMaxEdge, kMaxMaxEdge); }
+
+bool FitSettings::hasValidMinimum() const {
+    return minBytes == 0 || inRange(minBytes, kMinMinimumBytes, std::min(targetBytes, kMaxTargetBytes));
+}
+
+bool FitSettings::hasValidDpi() const { return dpi == 0 || inRange(dpi, kMinDpi, kMaxDpi); }
 
 bool FitSettings::hasValidExactSize() const {
     return (exactWidth == 0 && exactHeight == 0) ||
@@ -78,6 +87,9 @@ void to_json(nlohmann::json& json, const FitSettings& settings) {
         {"exactWidth", settings.exactWidth},
         {"exactHeight", settings.exactHeight},
     };
+    // Written only when set, so requirements without them are stored as they always were.
+    if (settings.minBytes != 0) json["minBytes"] = settings.minBytes;
+    if (settings.dpi != 0) json["dpi"] = settings.dpi;
 }
 
 std::optional<FitSettings> restoredSettings(std::string_view stored) {
@@ -97,6 +109,9 @@ void from_json(const nlohmann::json& json, FitSettings& settings) {
     from_json(json.at("outputFormat"), read.outputFormat);
     read.exactWidth = readInteger(json, "exactWidth");
     read.exactHeight = readInteger(json, "exactHeight");
+    // Stored before there was a smallest size or a resolution: none.
+    if (json.contains("minBytes")) read.minBytes = readInteger(json, "minBytes");
+    if (json.contains("dpi")) read.dpi = readInteger(json, "dpi");
     settings = read;
 }
 

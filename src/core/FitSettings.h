@@ -22,6 +22,11 @@ inline constexpr std::int64_t kMaxMaxEdge = 8'192;
 inline constexpr std::int64_t kMinExactSide = 64;
 inline constexpr std::int64_t kMaxExactSide = 4'096;
 inline constexpr std::int64_t kBytesPerKB = 1'000;
+// A smallest file size is optional (0: none); when set it lies between this and the limit.
+inline constexpr std::int64_t kMinMinimumBytes = 1'000;
+// The resolution written into a copy is optional (0: none), in dots per inch.
+inline constexpr std::int64_t kMinDpi = 72;
+inline constexpr std::int64_t kMaxDpi = 1'200;
 // Stored requirements of this many bytes or more are ignored unread.
 inline constexpr std::size_t kLongestStoredSettings = 4'096;
 
@@ -45,6 +50,8 @@ struct FitSettings {
     OutputFormat outputFormat = OutputFormat::automatic;
     std::int64_t exactWidth = 0;  // both 0 outside exact mode
     std::int64_t exactHeight = 0;
+    std::int64_t minBytes = 0;  // 0: no smallest size
+    std::int64_t dpi = 0;       // 0: no resolution stated (a JPEG says 1:1 aspect, no unit)
 
     [[nodiscard]] bool isExact() const { return exactWidth != 0 || exactHeight != 0; }
     [[nodiscard]] bool isValid() const;
@@ -52,6 +59,8 @@ struct FitSettings {
     [[nodiscard]] bool hasValidTarget() const;
     [[nodiscard]] bool hasValidMaxEdge() const;
     [[nodiscard]] bool hasValidExactSize() const;
+    [[nodiscard]] bool hasValidMinimum() const;
+    [[nodiscard]] bool hasValidDpi() const;
 
     friend bool operator==(const FitSettings&, const FitSettings&) = default;
 };

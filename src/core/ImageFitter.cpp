@@ -5,9 +5,11 @@
 
 #include <algorithm>
 #include <memory>
+#include <sstream>
 
 #include "CancellationCheck.h"
 #include "Encoding.h"
+#include "FitMinimum.h"
 #include "FitSearch.h"
 #include "FitGeometry.h"
 #include "Rendering.h"
@@ -37,7 +39,7 @@ std::int64_t decodeEdgeFor(const ValidatedSource& source, const FitSettings& set
 // from the decoder: a size-mode JPEG of an image without alpha (no transparency to detect) whose
 // limit is generous enough that it will likely fit.
 bool mayStream(const VImage& scaled, const FitSettings& settings) {
-    return !settings.isExact() && settings.outputFormat != OutputFormat::png && !detail::hasAlphaBand(scaled) &&
+    return !settings.isExact() && settings.minBytes == 0 && settings.outputFormat != OutputFormat::png && !detail::hasAlphaBand(scaled) &&
            detail::startsAtFirstQuality({scaled.width(), scaled.height()}, settings.targetBytes);
 }
 
@@ -58,6 +60,7 @@ FitResult fit(const std::filesystem::path& path, const FitSettings& settings, co
         if (auto data = detail::encodeStreamedAtFirstQuality(scaled)) {
             FitResult result{std::move(*data), scaled.width(), scaled.height(), "jpg", source.fileSize};
             if (static_cast<std::int64_t>(result.data.size()) <= settings.targetBytes) {
+                detail::stampResolution(result.data, false, settings.dpi);
                 verify(result, settings);
                 return result;
             }
@@ -77,6 +80,13 @@ FitResult fit(const std::filesystem::path& path, const FitSettings& settings, co
         settings.isExact()
             ? detail::searchExact(decoded, exact, crop, settings.targetBytes, usePNG, keepAlpha, stopToken)
             : detail::searchSizes(decoded, settings.targetBytes, usePNG, keepAlpha, firstQualityBytes, stopToken);
+    if (static_cast<std::int64_t>(found.data.size()) < settings.minBytes) {
+        const VImage rendered = settings.isExact() ? detail::renderCover(decoded, exact, crop, keepAlpha)
+                                                   : detail::renderAtSize(decoded, found.size, keepAlpha);
+        found = detail::reachMinimum(std::move(found), rendered, usePNG, settings.minBytes, settings.targetBytes,
+                                     stopToken);
+    }
+    detail::stampResolution(found.data, usePNG, settings.dpi);
     FitResult result{std::move(found.data), found.size.width, found.size.height, usePNG ? "png" : "jpg",
                      source.fileSize};
     verify(result, settings);
@@ -106,7 +116,8 @@ VImage copyHeader(const FitResult& result, detail::SourceType& type) {
 void verify(const FitResult& result, const FitSettings& settings) {
     detail::ensureVipsStarted();
     if (!settings.isValid() || result.data.empty()) verificationFailed();
-    if (static_cast<std::int64_t>(result.data.size()) > settings.targetBytes) verificationFailed();
+    const auto bytes = static_cast<std::int64_t>(result.data.size());
+    if (bytes > settings.targetBytes || bytes < settings.minBytes) verificationFailed();
 
     detail::SourceType type{};
     const VImage header = copyHeader(result, type);
@@ -121,6 +132,10 @@ void verify(const FitResult& result, const FitSettings& settings) {
         (settings.outputFormat == OutputFormat::jpeg && isPNG))
         verificationFailed();
 
+    if (settings.dpi != 0) {
+        std::istringstream file(std::string(result.data.begin(), result.data.end()));
+        if (detail::statedDpi(header, isPNG, file) != settings.dpi) verificationFailed();
+    }
     if (settings.isExact()) {
         if (size.width != settings.exactWidth || size.height != settings.exactHeight) verificationFailed();
     } else if (size.longest() > (settings.maxEdge == 0 ? kMaxMaxEdge : settings.maxEdge)) {

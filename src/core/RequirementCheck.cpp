@@ -13,6 +13,7 @@
 
 #include <lcms2.h>
 
+#include "Encoding.h"
 #include "SourceImage.h"
 #include "VipsRuntime.h"
 
@@ -136,6 +137,11 @@ bool meetsPixels(const SourceFacts& facts, const FitSettings& settings) {
     return std::max(facts.width, facts.height) <= (settings.maxEdge == 0 ? kMaxMaxEdge : settings.maxEdge);
 }
 
+std::int64_t statedDpi(const VImage& header, const detail::ValidatedSource& source) {
+    std::ifstream file(source.path, std::ios::binary);
+    return detail::statedDpi(header, source.type == SourceType::png, file);
+}
+
 // Damage shows only when the pixels are read; a small decode reads them all at little cost
 // (JPEGs shrink while they decode).
 constexpr std::int64_t kDamageCheckEdge = 256;
@@ -149,6 +155,7 @@ SourceFacts inspectSource(const std::filesystem::path& path) {
     const int orientation = source.orientation.value_or(1);
     SourceFacts facts{.format = formatName(source.type),
                       .bytes = source.fileSize,
+                      .dpi = statedDpi(header, source),
                       .orientation = orientation >= 2 && orientation <= 8 ? orientation : 1,
                       .metadata = metadataOf(header, source),
                       .sRGB = isSrgb(header)};
@@ -162,7 +169,9 @@ std::vector<Requirement> unmetRequirements(const SourceFacts& facts, const FitSe
     std::vector<Requirement> unmet;
     if (!meetsFormat(facts.format, settings.outputFormat)) unmet.push_back(Requirement::format);
     if (facts.bytes > settings.targetBytes) unmet.push_back(Requirement::bytes);
+    if (facts.bytes < settings.minBytes) unmet.push_back(Requirement::minimum);
     if (!meetsPixels(facts, settings)) unmet.push_back(Requirement::pixels);
+    if (settings.dpi != 0 && facts.dpi != settings.dpi) unmet.push_back(Requirement::resolution);
     if (facts.orientation != 1) unmet.push_back(Requirement::upright);
     if (facts.metadata.any()) unmet.push_back(Requirement::metadata);
     if (!facts.sRGB) unmet.push_back(Requirement::colour);

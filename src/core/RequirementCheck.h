@@ -30,20 +30,22 @@ struct SourceFacts {
     std::int64_t bytes = 0;
     std::int64_t width = 0;  // upright: after its orientation is applied
     std::int64_t height = 0;
+    std::int64_t dpi = 0;  // the resolution it states, in whole dots per inch; 0 when none
     int orientation = 1;  // as recorded; 1 is upright
     SourceMetadata metadata;
     bool sRGB = true;  // no colour profile, or an sRGB one; never CMYK
 };
 
 // The conditions a file may fail, in the order they are told.
-enum class Requirement { format, bytes, pixels, upright, metadata, colour };
+enum class Requirement { format, bytes, minimum, pixels, resolution, upright, metadata, colour };
 
 // Reads the file's facts from the file system and its header, and its pixels once, small, with
 // the same refusals as a fit, damage included. Throws FitError (unreadable, tooLarge, multipleFrames).
 SourceFacts inspectSource(const std::filesystem::path& path);
 
-// The conditions the file fails: JPEG or PNG as the format allows, at most the size limit, the
-// longest edge within the maximum edge or exactly the exact size, upright, no metadata, sRGB.
+// The conditions the file fails: JPEG or PNG as the format allows, at most the size limit and at
+// least the minimum size, the longest edge within the maximum edge or exactly the exact size, the
+// resolution asked for, upright, no metadata, sRGB.
 // Empty when it meets the requirements as it is.
 std::vector<Requirement> unmetRequirements(const SourceFacts& facts, const FitSettings& settings);
 

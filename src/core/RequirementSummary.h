@@ -22,6 +22,11 @@ struct ExactTexts {
 std::string requirementSummary(std::int64_t targetBytes, std::int64_t maxEdge, OutputFormat format,
                                const std::optional<ExactTexts>& exact);
 
+// The same line with the smallest size and the resolution, each only when set (0: none):
+// "20–50 KB · 200 × 230 px · 200 dpi · JPEG".
+std::string requirementSummary(std::int64_t targetBytes, std::int64_t maxEdge, OutputFormat format,
+                               const std::optional<ExactTexts>& exact, std::int64_t minBytes, std::int64_t dpi);
+
 // The line the app shows for these requirements once they are applied, as a recipe applies them.
 std::string requirementSummary(const FitSettings& settings);
 

@@ -51,7 +51,7 @@ fs::path jpegWithComment(const fs::path& path) {
 
 // The conditions failed, then the kinds of metadata: "pixels metadata +exif +xmp".
 std::string unmetNames(const fs::path& file, const FitSettings& settings) {
-    static const char* const names[] = {"format", "bytes", "pixels", "upright", "metadata", "colour"};
+    static const char* const names[] = {"format", "bytes", "minimum", "pixels", "resolution", "upright", "metadata", "colour"};
     try {
         const SourceFacts facts = inspectSource(file);
         std::string text;
@@ -84,6 +84,8 @@ TEST(RequirementCheck, EachConditionFailsOnItsOwn) {
         {plain, kMegabyte, "meets"},
         {plain, exact(400, 300), "meets"},
         {plain, exact(300, 400), "pixels"},
+        {plain, {.targetBytes = 1'000'000, .outputFormat = OutputFormat::jpeg, .minBytes = 900'000}, "minimum"},
+        {plain, {.targetBytes = 1'000'000, .outputFormat = OutputFormat::jpeg, .dpi = 300}, "resolution"},
         {plain, {1'000'000, 399, OutputFormat::automatic, 0, 0}, "pixels"},
         {plain, {10'000, 2'560, OutputFormat::png, 0, 0}, "format bytes"},
         {png, {1'000'000, 0, OutputFormat::png, 0, 0}, "meets"},
