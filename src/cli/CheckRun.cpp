@@ -43,6 +43,17 @@ std::string bytesWords(std::int64_t bytes, std::int64_t limit) {
     return grouped(bytes) + " bytes over " + grouped(limit);
 }
 
+std::string minimumWords(std::int64_t bytes, std::int64_t minimum) {
+    const std::string size = formatByteCount(bytes);
+    const std::string least = formatByteCount(minimum);
+    if (size != least) return size + " under " + least;
+    return grouped(bytes) + " bytes under " + grouped(minimum);
+}
+
+std::string resolutionWords(std::int64_t dpi, std::int64_t wanted) {
+    return (dpi == 0 ? std::string("no dpi") : std::to_string(dpi) + " dpi") + ", not " + std::to_string(wanted) + " dpi";
+}
+
 std::string pixelWords(const SourceFacts& facts, const FitSettings& settings) {
     if (settings.isExact()) return pixels(facts.width, facts.height) + ", not " + pixels(settings.exactWidth, settings.exactHeight);
     return pixels(facts.width, facts.height) + " over " +
@@ -70,7 +81,9 @@ std::string words(Requirement requirement, const SourceFacts& facts, const FitSe
     switch (requirement) {
     case Requirement::format: return formatWords(facts, settings.outputFormat);
     case Requirement::bytes: return bytesWords(facts.bytes, settings.targetBytes);
+    case Requirement::minimum: return minimumWords(facts.bytes, settings.minBytes);
     case Requirement::pixels: return pixelWords(facts, settings);
+    case Requirement::resolution: return resolutionWords(facts.dpi, settings.dpi);
     case Requirement::upright: return "not upright";
     case Requirement::metadata: return metadataWords(facts.metadata);
     case Requirement::colour: return "not sRGB";
@@ -82,7 +95,9 @@ const char* conditionName(Requirement requirement) {
     switch (requirement) {
     case Requirement::format: return "format";
     case Requirement::bytes: return "bytes";
+    case Requirement::minimum: return "minimum";
     case Requirement::pixels: return "pixels";
+    case Requirement::resolution: return "resolution";
     case Requirement::upright: return "upright";
     case Requirement::metadata: return "metadata";
     case Requirement::colour: return "colour";
@@ -98,7 +113,7 @@ nlohmann::json factsJson(const SourceFacts& facts) {
     for (const auto& [present, name] : kinds)
         if (present) metadata.push_back(name);
     return {{"format", facts.format}, {"bytes", facts.bytes},       {"width", facts.width}, {"height", facts.height},
-            {"orientation", facts.orientation}, {"metadata", metadata}, {"sRGB", facts.sRGB}};
+            {"dpi", facts.dpi}, {"orientation", facts.orientation}, {"metadata", metadata}, {"sRGB", facts.sRGB}};
 }
 
 bool meets(const CheckReport& report) {

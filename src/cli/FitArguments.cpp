@@ -167,6 +167,8 @@ void ArgumentReader::readOption(const std::string& argument) {
     if (option_ == "-h" || option_ == "--help") parsed_.request = Request::help;
     else if (option_ == "--version") parsed_.request = Request::version;
     else if (option_ == "--kb") options.settings.targetBytes = kilobytesToBytes(wholeNumber(option_, typedValue()));
+    else if (option_ == "--min-kb") options.settings.minBytes = kilobytesToBytes(wholeNumber(option_, typedValue()));
+    else if (option_ == "--dpi") options.settings.dpi = wholeNumber(option_, typedValue());
     else if (option_ == "--max-edge") options.settings.maxEdge = wholeNumber(option_, typedValue());
     else if (option_ == "--exact") applyExact(option_, typedValue(), options.settings);
     else if (option_ == "--crop") options.crop = cropPosition(option_, value()), cropGiven_ = true;
@@ -209,6 +211,12 @@ void ArgumentReader::checkRanges() const {
         throw outOfRange("--max-edge", "0 or " + range(kMinMaxEdge, kMaxMaxEdge), typed("--max-edge"));
     if (!settings.hasValidExactSize())
         throw outOfRange("--exact", range(kMinExactSide, kMaxExactSide) + " per side, or 0x0", typed("--exact"));
+    if (!settings.hasValidMinimum())
+        throw outOfRange("--min-kb",
+                         "0 or " + range(kMinMinimumBytes / kBytesPerKB, settings.targetBytes / kBytesPerKB) +
+                             " (at most --kb)",
+                         typed("--min-kb"));
+    if (!settings.hasValidDpi()) throw outOfRange("--dpi", "0 or " + range(kMinDpi, kMaxDpi), typed("--dpi"));
 }
 
 std::string extensionList() {
@@ -226,10 +234,11 @@ ParsedArguments parseArguments(const std::vector<std::string>& arguments, const 
 unsigned defaultJobs() { return std::clamp(std::thread::hardware_concurrency(), 1u, kMostJobs); }
 
 std::string usageLine() {
-    return "Usage: parcelo-fit [--kb N] [--max-edge N] [--exact WxH [--crop X,Y]] [--format auto|jpeg|png]\n"
-           "                   [--recipe NAME] [--jobs N] [--json] --out DIR FILE_OR_FOLDER...\n"
-           "       parcelo-fit --check [--kb N] [--max-edge N] [--exact WxH] [--format F] [--recipe NAME]\n"
-           "                   [--json] FILE_OR_FOLDER...\n"
+    return "Usage: parcelo-fit [--kb N] [--min-kb N] [--max-edge N] [--exact WxH [--crop X,Y]] [--dpi N]\n"
+           "                   [--format auto|jpeg|png] [--recipe NAME] [--jobs N] [--json]\n"
+           "                   --out DIR FILE_OR_FOLDER...\n"
+           "       parcelo-fit --check [--kb N] [--min-kb N] [--max-edge N] [--exact WxH] [--dpi N]\n"
+           "                   [--format F] [--recipe NAME] [--json] FILE_OR_FOLDER...\n"
            "       parcelo-fit --recipes [--json]\n";
 }
 
@@ -242,6 +251,9 @@ std::string helpText() {
          << "Requirements:\n"
          << "  --kb N          Largest file size of a copy, in KB of 1,000 bytes: " << kMinTargetBytes / kBytesPerKB
          << "\u2013" << kMaxTargetBytes / kBytesPerKB << " (default " << kDefaultTargetKB << ").\n"
+         << "  --min-kb N      Smallest file size a form accepts, " << kMinMinimumBytes / kBytesPerKB
+         << " KB up to --kb; 0 for none (default).\n"
+         << "                  A smaller copy is made again at higher JPEG quality; it is never padded.\n"
          << "  --max-edge N    Longest edge of a copy in pixels: " << kMinMaxEdge << "\u2013" << kMaxMaxEdge
          << ", or 0 to keep the original size\n"
          << "                  up to " << kMaxMaxEdge << " (default " << kDefaultMaxEdge << "). Ignored with --exact.\n"
@@ -250,6 +262,8 @@ std::string helpText() {
          << "                  An image of another shape is cropped, never enlarged.\n"
          << "  --crop X,Y      Where the exact frame sits, each from 0 to 1: 0 keeps the left or top\n"
          << "                  edge, 1 the right or bottom edge (default 0.5,0.5, centred).\n"
+         << "  --dpi N         Resolution written into each copy, " << kMinDpi << "\u2013" << kMaxDpi
+         << " dots per inch; 0 for none (default).\n"
          << "  --format F      auto: PNG when the image has transparency, else JPEG; jpeg: transparency\n"
          << "                  flattened onto white; png: transparency kept (default auto).\n"
          << "  --recipe NAME   Take the requirements of a recipe saved in Parcelo, or of an example:\n"
@@ -263,9 +277,10 @@ std::string helpText() {
          << "  --json          One JSON object per image (or recipe) on standard output; the summary\n"
          << "                  goes to standard error.\n"
          << "  --check         Write nothing; tell for each file whether it meets the requirements as it\n"
-         << "                  is: JPEG or PNG as --format allows, within the size limit, within the edge\n"
-         << "                  or exactly the exact size, upright, without metadata (EXIF, GPS, XMP,\n"
-         << "                  IPTC, comments) and in sRGB. Each line names what fails.\n"
+         << "                  is: JPEG or PNG as --format allows, within the size limit (and at least\n"
+         << "                  --min-kb), within the edge or exactly the exact size, at --dpi when given,\n"
+         << "                  upright, without metadata (EXIF, GPS, XMP, IPTC, comments) and in sRGB.\n"
+         << "                  Each line names what fails.\n"
          << "  --recipes       List the recipes saved in Parcelo, then the examples, each with its\n"
          << "                  requirements.\n"
          << "  -h, --help      Show this help.\n"

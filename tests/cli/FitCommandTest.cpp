@@ -53,6 +53,8 @@ std::string readingOf(const Arguments& arguments) {
         reading << settings.targetBytes << " bytes, edge " << settings.maxEdge << ", " << rawValue(settings.outputFormat)
                 << ", exact " << settings.exactWidth << "x" << settings.exactHeight << ", crop " << options.crop.x << ","
                 << options.crop.y;
+        if (settings.minBytes != 0) reading << ", at least " << settings.minBytes << " bytes";
+        if (settings.dpi != 0) reading << ", " << settings.dpi << " dpi";
         return reading.str();
     } catch (const UsageError& error) {
         return error.what();
@@ -94,6 +96,10 @@ TEST(FitArguments, OptionsBecomeRequirementsOrAreRefusedByName) {
         {{"--crop", "0,0"}, "--crop applies only with --exact WxH"},
         {{"--quality", "90"}, "unknown option \u201c--quality\u201d"},
         {{"--json=yes"}, "--json takes no value"},
+        {{"--min-kb", "20", "--kb", "50", "--dpi", "200"}, "50000 bytes, edge 2560, auto, exact 0x0, crop 0.5,0.5, at least 20000 bytes, 200 dpi"},
+        {{"--kb", "50", "--min-kb", "50", "--dpi", "0", "--min-kb=0"}, "50000 bytes, edge 2560, auto, exact 0x0, crop 0.5,0.5"},
+        {{"--kb", "50", "--min-kb", "60"}, "--min-kb expects 0 or 1\u201350 (at most --kb), not \u201c60\u201d"},
+        {{"--dpi", "71"}, "--dpi expects 0 or 72\u20131200, not \u201c71\u201d"},
     };
     for (auto [arguments, expected] : cases) {
         arguments.insert(arguments.end(), {"--out", "out", "photo.jpg"});
@@ -235,9 +241,18 @@ TEST_F(FitCommandTest, CheckNamesWhatFailsAndWritesNothing) {
     EXPECT_EQ(std::tie(json.status, json.err), std::tie(kExitAllSaved, "The image meets the requirements\n"));
     EXPECT_EQ(nlohmann::json::parse(json.out),
               (nlohmann::json{{"source", source("tall.png")}, {"format", "png"}, {"bytes", fs::file_size(source("tall.png"))},
-                              {"width", 200}, {"height", 320}, {"orientation", 1}, {"metadata", nlohmann::json::array()},
+                              {"width", 200}, {"height", 320}, {"dpi", 25}, {"orientation", 1}, {"metadata", nlohmann::json::array()},
                               {"sRGB", true}, {"meetsRequirements", true}, {"failed", nlohmann::json::array()},
                               {"error", nullptr}}));
+    // A form's smallest size and resolution: libvips writes 1 pixel a millimetre unless told otherwise.
+    const CommandRun form = fitCommand({"--check", "--kb", "25000", "--min-kb", "20000", "--dpi", "300",
+                                        "--max-edge", "0", source("tall.png")});
+    EXPECT_EQ(linesOf(form.out), (std::vector<std::string>{"tall.png \u00b7 " + tallSize +
+                                                               " under 20 MB \u00b7 25 dpi, not 300 dpi",
+                                                           "The image doesn\u2019t meet the requirements"}));
+    EXPECT_EQ(nlohmann::json::parse(fitCommand({"--check", "--json", "--dpi", "300", source("tall.png")}).out)
+                  .at("failed"),
+              nlohmann::json::array({"resolution"}));
     EXPECT_EQ(filesIn(folder_.path()), before);
 }
 
