@@ -39,7 +39,8 @@ std::int64_t decodeEdgeFor(const ValidatedSource& source, const FitSettings& set
 // from the decoder: a size-mode JPEG of an image without alpha (no transparency to detect) whose
 // limit is generous enough that it will likely fit.
 bool mayStream(const VImage& scaled, const FitSettings& settings) {
-    return !settings.isExact() && settings.minBytes == 0 && settings.outputFormat != OutputFormat::png && !detail::hasAlphaBand(scaled) &&
+    return !settings.isExact() && settings.minBytes == 0 && settings.outputFormat != OutputFormat::png &&
+           !detail::hasAlphaBand(scaled) &&
            detail::startsAtFirstQuality({scaled.width(), scaled.height()}, settings.targetBytes);
 }
 
