@@ -106,7 +106,8 @@ private:
     }
     void link(const fs::path& location, const std::vector<fs::path>& made, std::uint8_t target) const {
         const std::array<fs::path, 4> targets{made[target % made.size()], "..", "nowhere.jpg", root_};
-        ::symlink(targets[target % targets.size()].c_str(), location.c_str());
+        // A name the tree already holds keeps what it has: the link is simply not made.
+        if (::symlink(targets[target % targets.size()].c_str(), location.c_str()) != 0) return;
     }
     void remove() {
         for (const auto& lock : locked_) ::chmod(lock.first.c_str(), 0700);
