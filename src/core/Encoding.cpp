@@ -7,6 +7,7 @@
 #include <array>
 #include <cmath>
 #include <limits>
+#include <mutex>
 #include <string_view>
 
 #include "FitError.h"
@@ -118,7 +119,11 @@ int jpegQualitySetting(double quality) {
 
 namespace {
 
-// Collects what the encoder writes, until it passes the limit.
+// Collects what the encoder writes, until it passes the limit. libvips writes from a thread of
+// its own; one lock, alive before any encoder starts, orders those writes with the set-up and the
+// read-back, rather than leaning on libvips' internal hand-over, which a race checker cannot see.
+std::mutex writtenBytesLock;
+
 struct WrittenBytes {
     std::vector<std::uint8_t> bytes;
     std::int64_t limit = 0;
@@ -126,6 +131,7 @@ struct WrittenBytes {
 };
 
 gint64 collectWritten(VipsTargetCustom*, const void* data, gint64 length, WrittenBytes* written) {
+    const std::lock_guard lock(writtenBytesLock);
     if (static_cast<std::int64_t>(written->bytes.size()) + length > written->limit) {
         written->overLimit = true;
         return -1;  // the encoder stops with a write error
@@ -157,18 +163,24 @@ std::vector<std::uint8_t> encode(const VImage& image, bool png, double quality) 
 std::optional<std::vector<std::uint8_t>> encodeWithin(const VImage& image, bool png, double quality,
                                                       std::int64_t byteLimit) {
     WrittenBytes written;
-    // The JFIF header goes in after the encoder is done, and counts against the limit.
-    written.limit = png ? byteLimit : byteLimit - static_cast<std::int64_t>(kJfifHeader.size());
+    {
+        const std::lock_guard lock(writtenBytesLock);
+        // The JFIF header goes in after the encoder is done, and counts against the limit.
+        written.limit = png ? byteLimit : byteLimit - static_cast<std::int64_t>(kJfifHeader.size());
+    }
     VipsTargetCustom* custom = vips_target_custom_new();
     g_signal_connect(custom, "write", G_CALLBACK(collectWritten), &written);
     const vips::VTarget target(VIPS_TARGET(custom));
+    bool failed = false;
     try {
         save(image, png, quality, target);
     } catch (const vips::VError&) {
         clearVipsError();
-        if (written.overLimit) return std::nullopt;
-        throw FitError(FitError::Case::cannotEncode);
+        failed = true;
     }
+    const std::lock_guard lock(writtenBytesLock);
+    if (failed && written.overLimit) return std::nullopt;
+    if (failed) throw FitError(FitError::Case::cannotEncode);
     if (!png) return withJfifHeader(std::move(written.bytes));
     writePhys(written.bytes, 1, 0);  // not the source's resolution, which libvips would carry over
     return std::move(written.bytes);
