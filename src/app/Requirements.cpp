@@ -3,6 +3,8 @@
 
 #include "Requirements.h"
 
+#include <QLocale>
+
 #include <QScopedValueRollback>
 #include <QVariantMap>
 
@@ -202,6 +204,17 @@ QVariantList Requirements::edgeChoices() {
         choices.append(QVariantMap{{QStringLiteral("edge"), edge}, {QStringLiteral("label"), label}});
     }
     return choices;
+}
+
+QString Requirements::sizeRangeDescription() {
+    const QLocale english(QLocale::English);
+    return QStringLiteral("%1 to %2 kilobytes per image")
+        .arg(english.toString(kMinTargetBytes / kBytesPerKB), english.toString(kMaxTargetBytes / kBytesPerKB));
+}
+
+QString Requirements::edgeDescription() const {
+    return maxEdge() == 0 ? QStringLiteral("Original, up to %1 pixels").arg(kMaxMaxEdge)
+                          : QStringLiteral("%1 pixels").arg(maxEdge());
 }
 
 // ---- Changes and persistence ----

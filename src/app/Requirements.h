@@ -54,6 +54,9 @@ class Requirements : public QObject {
     Q_PROPERTY(QVariantList sizePresets READ sizePresets CONSTANT FINAL)
     /// The edge choices: maps of edge and label ("Original · up to 8192 px", "2560 px").
     Q_PROPERTY(QVariantList edgeChoices READ edgeChoices CONSTANT FINAL)
+    /// What screen readers say of the custom limit field and of the edge button, from the bounds.
+    Q_PROPERTY(QString sizeRangeDescription READ sizeRangeDescription CONSTANT FINAL)
+    Q_PROPERTY(QString edgeDescription READ edgeDescription NOTIFY maxEdgeChanged FINAL)
     /// One line: "≤ 1 MB · Up to 2560 px · Auto format".
     Q_PROPERTY(QString summary READ summary NOTIFY changed FINAL)
     /// The note under the size limit, and whether it warns (red) rather than informs.
@@ -99,6 +102,8 @@ public:
     [[nodiscard]] QVariantList exampleRecipesForView() const;
     [[nodiscard]] static QVariantList sizePresets();
     [[nodiscard]] static QVariantList edgeChoices();
+    [[nodiscard]] static QString sizeRangeDescription();
+    [[nodiscard]] QString edgeDescription() const;
 
     // The FitSettings of the current properties, valid or not.
     [[nodiscard]] FitSettings fitSettings() const;

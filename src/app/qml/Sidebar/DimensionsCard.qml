@@ -50,8 +50,7 @@ SettingsCard {
         verticalPadding: 6
         opacity: !enabled ? Theme.disabledOpacity : down ? Theme.pressedOpacity : 1.0
         Accessible.name: "Maximum edge"
-        Accessible.description: AppModel.requirements.maxEdge === 0 ? "Original, up to 8192 pixels"
-                                                                    : AppModel.requirements.maxEdge + " pixels"
+        Accessible.description: AppModel.requirements.edgeDescription
         onClicked: root.showEdgePicker = !root.showEdgePicker
 
         contentItem: RowLayout {

@@ -28,7 +28,7 @@ SettingsCard {
             font.weight: Font.DemiBold
             inputMethodHints: Qt.ImhDigitsOnly
             Accessible.name: "Custom limit in kilobytes"
-            Accessible.description: "10 to 25,000 kilobytes per image"
+            Accessible.description: AppModel.requirements.sizeRangeDescription
             // The model reads the limit from the text.
             onTextEdited: AppModel.requirements.customKB = text
         }
