@@ -35,6 +35,7 @@
 
 Q_IMPORT_QML_PLUGIN(ParceloPlugin)
 Q_IMPORT_QML_PLUGIN(Parcelo_StylePlugin)
+Q_IMPORT_QML_PLUGIN(Parcelo_ModelPlugin)
 
 namespace {
 

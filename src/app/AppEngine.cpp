@@ -3,8 +3,6 @@
 
 #include "AppEngine.h"
 
-#include <mutex>
-
 #include <QFont>
 #include <QFontDatabase>
 #include <QGuiApplication>
@@ -15,8 +13,6 @@
 #include <QQuickStyle>
 #include <QStandardPaths>
 
-#include "AppLinks.h"
-#include "CropGeometry.h"
 #include "FileChooser.h"
 #include "PreviewLoader.h"
 
@@ -27,18 +23,12 @@ namespace {
 constexpr const char* kModelProperty = "parceloAppModel";
 constexpr const char* kChooserProperty = "parceloFileChooser";
 
-// The singleton is registered once per process; each engine answers with its own model, so
-// tests can load views over a fresh model without the registrations of earlier engines.
-QObject* modelOfEngine(QQmlEngine* engine, QJSEngine*) {
-    auto* model = engine->property(kModelProperty).value<QObject*>();
-    if (model) QJSEngine::setObjectOwnership(model, QJSEngine::CppOwnership);
-    return model;
-}
-
-QObject* chooserOfEngine(QQmlEngine* engine, QJSEngine*) {
-    auto* chooser = engine->property(kChooserProperty).value<QObject*>();
-    if (chooser) QJSEngine::setObjectOwnership(chooser, QJSEngine::CppOwnership);
-    return chooser;
+// The object prepareEngine() stored on the engine under `name`, owned by C++ and not by QML.
+template <typename T>
+T* objectOfEngine(QQmlEngine* engine, const char* name) {
+    auto* object = qobject_cast<T*>(engine->property(name).value<QObject*>());
+    if (object) QJSEngine::setObjectOwnership(object, QJSEngine::CppOwnership);
+    return object;
 }
 
 // Serves "image://symbol/<colour as hex digits>/<Breeze icon name>": the icon of the Breeze
@@ -95,17 +85,15 @@ void applyApplicationLook() {
     QIcon::setThemeName(QStringLiteral("breeze"));
 }
 
+// The singletons are registered once per process; each engine answers with its own model and
+// chooser, so tests can load views over a fresh model without the objects of earlier engines.
+AppModel* AppModel::create(QQmlEngine* engine, QJSEngine*) { return objectOfEngine<AppModel>(engine, kModelProperty); }
+
+FileChooser* FileChooser::create(QQmlEngine* engine, QJSEngine*) {
+    return objectOfEngine<FileChooser>(engine, kChooserProperty);
+}
+
 void prepareEngine(QQmlEngine& engine, AppModel& model) {
-    static std::once_flag registered;
-    std::call_once(registered, [] {
-        qmlRegisterSingletonType<AppModel>("Parcelo.Model", 1, 0, "AppModel", modelOfEngine);
-        qmlRegisterSingletonType<AppLinks>("Parcelo.Model", 1, 0, "AppLinks",
-                                           [](QQmlEngine*, QJSEngine*) -> QObject* { return new AppLinks; });
-        qmlRegisterType<PreviewLoader>("Parcelo.Model", 1, 0, "PreviewLoader");
-        qmlRegisterSingletonType<FileChooser>("Parcelo.Model", 1, 0, "FileChooser", chooserOfEngine);
-        qmlRegisterSingletonType<CropGeometryForView>("Parcelo.Model", 1, 0, "CropGeometry",
-                                                      [](QQmlEngine*, QJSEngine*) -> QObject* { return new CropGeometryForView; });
-    });
     engine.setProperty(kModelProperty, QVariant::fromValue<QObject*>(&model));
     // The model asks for choosers; the engine's chooser shows the desktop's or asks the views for Qt's.
     auto* chooser = new FileChooser(model, &engine);

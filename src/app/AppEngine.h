@@ -16,8 +16,8 @@ inline const QUrl kMainWindowUrl{QStringLiteral("qrc:/qt/qml/Parcelo/Main.qml")}
 // The folder of the QML module's files inside the resources, for loading one view alone.
 inline const QString kViewsFolder = QStringLiteral("qrc:/qt/qml/Parcelo/");
 
-// Makes `model` the `AppModel` singleton of `Parcelo.Model` for this engine, and serves the
-// images the views ask the model for. The application and the view tests prepare engines alike,
+// Makes `model` the `AppModel` singleton of `Parcelo.Model` for this engine, with a `FileChooser`
+// over it, and serves the images the views ask the model for. The application and the view tests prepare engines alike,
 // so that what is tested is what runs.
 void prepareEngine(QQmlEngine& engine, AppModel& model);
 

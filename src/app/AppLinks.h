@@ -6,6 +6,7 @@
 #include <QObject>
 #include <QString>
 #include <QUrl>
+#include <QtQml/qqmlregistration.h>
 
 namespace parcelo {
 
@@ -19,6 +20,8 @@ inline constexpr const char* kDesktopId = "app.parcelo.Parcelo";
 // The build constants for QML, as the `AppLinks` singleton of `Parcelo.Model`.
 class AppLinks : public QObject {
     Q_OBJECT
+    QML_ELEMENT
+    QML_SINGLETON
     /// The product's web site.
     Q_PROPERTY(QUrl website READ website CONSTANT FINAL)
     /// The frequently-asked-questions section of the web site.

@@ -19,12 +19,16 @@
 #include <QUrl>
 #include <QUuid>
 #include <QVariantMap>
+#include <QtQml/qqmlregistration.h>
 
 #include "FitSettings.h"
 #include "ImageItem.h"
 #include "ImageItemModel.h"
 #include "ImageStore.h"
 #include "Requirements.h"
+
+class QJSEngine;
+class QQmlEngine;
 
 namespace parcelo {
 
@@ -37,6 +41,8 @@ struct FitResult;
 // item's state or in `message`.
 class AppModel : public QObject {
     Q_OBJECT
+    QML_ELEMENT
+    QML_SINGLETON
 
     // ---- The batch ----
 
@@ -98,6 +104,8 @@ public:
     ~AppModel() override;
     AppModel(const AppModel&) = delete;
     AppModel& operator=(const AppModel&) = delete;
+    // The singleton of `Parcelo.Model`: the model the engine was prepared with (prepareEngine).
+    static AppModel* create(QQmlEngine* engine, QJSEngine*);
 
     // ---- Batch state ----
     [[nodiscard]] ImageItemModel* itemModel() { return &items_; }

@@ -7,6 +7,7 @@
 #include <QPointF>
 #include <QRectF>
 #include <QSizeF>
+#include <QtQml/qqmlregistration.h>
 
 #include "CropPosition.h"
 
@@ -44,6 +45,8 @@ CropPosition dragged(const CropPosition& start, QPointF translation, QSizeF slac
 // The crop geometry for QML, as the singleton `CropGeometry` of `Parcelo.Model`.
 class CropGeometryForView : public QObject {
     Q_OBJECT
+    QML_NAMED_ELEMENT(CropGeometry)
+    QML_SINGLETON
 
 public:
     using QObject::QObject;

@@ -10,6 +10,10 @@
 #include <QString>
 #include <QUrl>
 #include <QVariantMap>
+#include <QtQml/qqmlregistration.h>
+
+class QJSEngine;
+class QQmlEngine;
 
 namespace parcelo {
 
@@ -21,6 +25,8 @@ class AppModel;
 // one model operation. Runs on the main thread.
 class FileChooser : public QObject {
     Q_OBJECT
+    QML_ELEMENT
+    QML_SINGLETON
 
 public:
     // What a chooser is for, and so what it lets the user pick.
@@ -36,6 +42,8 @@ public:
     static constexpr const char* kPortalService = "org.freedesktop.portal.Desktop";
 
     explicit FileChooser(AppModel& model, QObject* parent = nullptr);
+    // The singleton of `Parcelo.Model`: the chooser the engine was prepared with (prepareEngine).
+    static FileChooser* create(QQmlEngine* engine, QJSEngine*);
 
     // The D-Bus name asked for the portal; an empty name means "no portal".
     void setPortalService(const QString& service) { portalService_ = service; }

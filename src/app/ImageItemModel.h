@@ -9,6 +9,7 @@
 
 #include <QAbstractListModel>
 #include <QVariantMap>
+#include <QtQml/qqmlregistration.h>
 
 #include "ImageItem.h"
 
@@ -18,6 +19,8 @@ namespace parcelo {
 // fitted copy. AppModel is its only writer.
 class ImageItemModel : public QAbstractListModel {
     Q_OBJECT
+    QML_ELEMENT
+    QML_UNCREATABLE("AppModel owns the batch")
     /// Number of images in the batch.
     Q_PROPERTY(int count READ count NOTIFY countChanged FINAL)
 

@@ -11,6 +11,7 @@
 #include <QQmlParserStatus>
 #include <QSize>
 #include <QUrl>
+#include <QtQml/qqmlregistration.h>
 
 #include "ImageFitter.h"
 #include "ImageStore.h"
@@ -26,6 +27,7 @@ QImage imageOf(const Bitmap& bitmap);
 class PreviewLoader : public QObject, public QQmlParserStatus {
     Q_OBJECT
     Q_INTERFACES(QQmlParserStatus)
+    QML_ELEMENT
 
     /// The file to show; empty for none.
     Q_PROPERTY(QUrl source READ source WRITE setSource NOTIFY sourceChanged FINAL)

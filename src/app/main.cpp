@@ -15,6 +15,7 @@
 #include "SingleInstance.h"
 
 Q_IMPORT_QML_PLUGIN(ParceloPlugin)
+Q_IMPORT_QML_PLUGIN(Parcelo_ModelPlugin)
 Q_IMPORT_QML_PLUGIN(Parcelo_StylePlugin)
 
 namespace {

@@ -19,8 +19,10 @@
 #include "AppEngine.h"
 #include "AppTestSupport.h"
 
-// Every view uses the style kit; a test program imports the views' own module itself.
+// Every view uses the style kit and the model's types; a test program imports the views' own
+// module itself.
 Q_IMPORT_QML_PLUGIN(Parcelo_StylePlugin)
+Q_IMPORT_QML_PLUGIN(Parcelo_ModelPlugin)
 
 namespace parcelo::test {
 

@@ -16,6 +16,7 @@
 
 Q_IMPORT_QML_PLUGIN(ParceloPlugin)
 Q_IMPORT_QML_PLUGIN(Parcelo_StylePlugin)
+Q_IMPORT_QML_PLUGIN(Parcelo_ModelPlugin)
 
 using namespace parcelo;
 using namespace parcelo::test;
