@@ -18,6 +18,9 @@ packages=(
   qml6-module-qtquick-dialogs qml6-module-qtquick-layouts qml6-module-qtquick-templates
   qml6-module-qtquick-window qml6-module-qtqml-workerscript qml6-module-qtquick-shapes
   qt6-qpa-plugins
+  # the type descriptions of QtQml itself (the Qt namespace, Connections, point/size/rect), which
+  # qmllint reads to check the views
+  qml6-module-qtqml qml6-module-qtqml-models
   # the look: Inter, Breeze symbols drawn through Qt's SVG plugins, shadows and gradients
   fonts-inter breeze-icon-theme libqt6svg6 qml6-module-qt5compat-graphicaleffects
   # Qt's own file and folder dialogs, used where the desktop offers no Qt 6 platform theme
