@@ -120,12 +120,6 @@ bool settle(AppModel& model, Stage& stage, WorkPoints& points) {
     return points.holding() || idle(model, stage) || loop.exec() == 0;
 }
 
-// The one place that edits requirements, as the settings panel does.
-void changeRequirements(AppModel& model, std::mt19937& random) {
-    model.requirements().setTargetKB(random() % 2 == 0 ? 1000 : 300);
-    model.requirements().setMaxEdge(random() % 2 == 0 ? 2560 : 96);
-}
-
 enum class Action { addTree, addFiles, addMany, fit, retryFailed, pauseAndResume, clear, removeCurrent, removeAny,
                     changeRequirements, save, saveThenTouch };
 constexpr int kActions = 12;
@@ -228,7 +222,9 @@ private:
         case Action::removeAny:
             if (const auto id = any()) model.remove(*id);
             return;
-        case Action::changeRequirements: return changeRequirements(model, random);
+        case Action::changeRequirements:
+            model.requirements().setTargetKB(random() % 2 == 0 ? 1000 : 300);
+            return model.requirements().setMaxEdge(random() % 2 == 0 ? 2560 : 96);
         case Action::save: return model.exportTo(QUrl::fromLocalFile(saveFolder()));
         case Action::saveThenTouch: return saveThenTouch(model);
         }

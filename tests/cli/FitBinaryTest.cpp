@@ -178,18 +178,5 @@ TEST(FitBinary, UsesTheRecipesSavedInTheApp) {
     EXPECT_EQ(treeState(scratch / "config"), config);
 }
 
-// Originals with a location, a turn or too many pixels do not meet the requirements, and say why.
-TEST(FitBinary, OriginalsSayWhyTheyDoNotMeetTheRequirements) {
-    REQUIRE_CORPUS();
-    ScratchFolder scratch;
-    FitProcess originals({"--check", "--kb", "500", "--max-edge", "1920", (corpusDir() / "orientation/landscape-6.jpg").string(),
-                          (corpusDir() / "photos/Flow-5120x2880.jpg").string()}, scratch / "err.txt");
-    EXPECT_EQ(originals.wait(), kExitSomeFailed);
-    EXPECT_EQ(linesOf(originals.out()), (std::vector<std::string>{
-        "landscape-6.jpg \u00b7 not upright \u00b7 has GPS",
-        "Flow-5120x2880.jpg \u00b7 3.9 MB over 500 KB \u00b7 5120 \u00d7 2880 over 1920 px",
-        "0 of 2 images meet the requirements"}));
-}
-
 }  // namespace
 }  // namespace parcelo::cli

@@ -254,6 +254,19 @@ TEST_F(FitCommandTest, CheckNamesWhatFailsAndWritesNothing) {
     EXPECT_EQ(filesIn(folder_.path()), before);
 }
 
+// Real originals with a location, a turn or too many pixels say why they do not meet the requirements.
+TEST(FitCommandCheck, RealOriginalsSayWhyNot) {
+    REQUIRE_CORPUS();
+    const CommandRun run = fitCommand({"--check", "--kb", "500", "--max-edge", "1920",
+                                       (corpusDir() / "orientation/landscape-6.jpg").string(),
+                                       (corpusDir() / "photos/Flow-5120x2880.jpg").string()});
+    EXPECT_EQ(run.status, kExitSomeFailed);
+    EXPECT_EQ(linesOf(run.out), (std::vector<std::string>{
+        "landscape-6.jpg \u00b7 not upright \u00b7 has GPS",
+        "Flow-5120x2880.jpg \u00b7 3.9 MB over 500 KB \u00b7 5120 \u00d7 2880 over 1920 px",
+        "0 of 2 images meet the requirements"}));
+}
+
 // The user's recipes, then the examples, each with the app's summary of its requirements.
 TEST(RecipeListing, ListsEachRecipeWithItsRequirements) {
     EXPECT_EQ(fitCommand({"--recipes"}).out,
