@@ -61,11 +61,9 @@ std::string readingOf(const Arguments& arguments) {
     }
 }
 
-// Options apply in the order given, a recipe included; each refusal names what was not understood.
+// Options apply in the order given, a recipe included; each bound of the requirements is
+// inclusive; each refusal names what was not understood.
 TEST(FitArguments, OptionsBecomeRequirementsOrAreRefusedByName) {
-    const auto notNumber = [](const std::string& option, const std::string& value) {
-        return option + " expects a whole number, not \u201c" + value + "\u201d";
-    };
     const auto badCrop = [](const std::string& value) {
         return "--crop expects two numbers from 0 to 1, like 0.5,0.5, not \u201c" + value + "\u201d";
     };
@@ -80,7 +78,13 @@ TEST(FitArguments, OptionsBecomeRequirementsOrAreRefusedByName) {
         {{"--kb", "150", "--exact", "100x100", "--recipe", "Web photo"}, "500000 bytes, edge 1920, auto, exact 0x0, crop 0.5,0.5"},
         {{"--recipe", "Square thumbnail", "--crop", "0.25,0.75"}, "200000 bytes, edge 2560, jpeg, exact 600x600, crop 0.25,0.75"},
         {{"--recipe", "Square thumbnail", "--exact", "0X0"}, "200000 bytes, edge 2560, jpeg, exact 0x0, crop 0.5,0.5"},
-        {{"--kb", "1e3"}, notNumber("--kb", "1e3")},
+        {{"--kb", "10", "--max-edge", "64"}, "10000 bytes, edge 64, auto, exact 0x0, crop 0.5,0.5"},
+        {{"--kb", "25000", "--max-edge", "8192", "--exact", "4096x64"}, "25000000 bytes, edge 8192, auto, exact 4096x64, crop 0.5,0.5"},
+        {{"--kb", "25001"}, "--kb expects 10\u201325000, not \u201c25001\u201d"},
+        {{"--max-edge", "63"}, "--max-edge expects 0 or 64\u20138192, not \u201c63\u201d"},
+        {{"--exact", "4097x64"}, "--exact expects 64\u20134096 per side, or 0x0, not \u201c4097x64\u201d"},
+        {{"--exact", "64x63"}, "--exact expects 64\u20134096 per side, or 0x0, not \u201c64x63\u201d"},
+        {{"--kb", "1e3"}, "--kb expects a whole number, not \u201c1e3\u201d"},
         {{"--exact", "600"}, "--exact expects WIDTHxHEIGHT, like 600x800, not \u201c600\u201d"},
         {{"--format", "JPEG"}, "--format expects auto, jpeg or png, not \u201cJPEG\u201d"},
         {{"--jobs", "65"}, "--jobs expects 1\u201364, not \u201c65\u201d"},
