@@ -10,6 +10,7 @@
 #include <optional>
 
 #include <QByteArray>
+#include <QScopeGuard>
 #include <QSettings>
 #include <QString>
 #include <gtest/gtest.h>
@@ -135,18 +136,6 @@ TEST(FitBinary, CtrlCStopsCleanlyAndKeepsWhatWasSaved) {
     }
 }
 
-// Sets an environment variable for the processes started while it lives.
-class ScopedEnvironment {
-public:
-    ScopedEnvironment(const char* name, const std::string& value) : name_(name) { ::setenv(name, value.c_str(), 1); }
-    ~ScopedEnvironment() { ::unsetenv(name_); }
-    ScopedEnvironment(const ScopedEnvironment&) = delete;
-    ScopedEnvironment& operator=(const ScopedEnvironment&) = delete;
-
-private:
-    const char* name_;
-};
-
 // Each file of a folder tree with its size and time of change: what a program that only
 // reads must leave as it was.
 std::vector<std::pair<fs::path, fs::file_time_type>> treeState(const fs::path& folder) {
@@ -168,7 +157,8 @@ TEST(FitBinary, UsesTheRecipesSavedInTheApp) {
             "exactWidth": 320, "exactHeight": 240}}])"));
     }
     const auto config = treeState(scratch / "config");
-    const ScopedEnvironment home("XDG_CONFIG_HOME", (scratch / "config").string());
+    ::setenv("XDG_CONFIG_HOME", (scratch / "config").c_str(), 1);  // for the process started below
+    const auto restore = qScopeGuard([] { ::unsetenv("XDG_CONFIG_HOME"); });
     const fs::path photo = save(photoLike(400, 400), scratch / "photo.png");
     FitProcess fit({"--recipe", "SHOP PHOTO", "--out", (scratch / "out").string(), photo.string()}, scratch / "err.txt");
     EXPECT_EQ(fit.wait(), kExitAllSaved) << fit.err();
