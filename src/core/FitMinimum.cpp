@@ -3,11 +3,10 @@
 
 #include "FitMinimum.h"
 
-#include <map>
+#include <algorithm>
 #include <vector>
 
 #include "CancellationCheck.h"
-#include "Encoding.h"
 #include "FitError.h"
 
 namespace parcelo::detail {
@@ -16,34 +15,35 @@ namespace {
 
 constexpr int kBestSetting = 100;
 
-double qualityOf(int setting) { return setting / 100.0; }
-
 std::int64_t byteCount(const std::vector<std::uint8_t>& data) { return static_cast<std::int64_t>(data.size()); }
 
 }  // namespace
 
-Found reachMinimum(Found found, const vips::VImage& rendered, bool usePNG, std::int64_t minBytes,
+// Files do not grow strictly with the quality (a photo can be a few bytes smaller at 0.51 than at
+// 0.50), so a bisection could step over the lowest setting that reaches the minimum. The settings
+// above the found one are walked upward instead, each encoded once, and the first whose file lies
+// between the minimum and the limit is taken. The best setting is tried first: when even it stays
+// under the minimum, the image fails at once. Copies with a minimum are small, so the walk is cheap.
+Found reachMinimum(Found found, const EncodeAtSetting& encodeAt, bool usePNG, std::int64_t minBytes,
                    std::int64_t targetBytes, const std::stop_token& stopToken) {
     if (minBytes <= 0 || byteCount(found.data) >= minBytes) return found;
     if (usePNG) throw FitError::minimumUnreachable(byteCount(found.data), minBytes);
 
-    // Files grow with the quality, so the lowest setting that reaches the minimum is bisected
-    // between the found one (under it) and the best (which must reach it, or nothing will).
-    std::map<int, std::vector<std::uint8_t>> files{{found.setting, std::move(found.data)}};
     throwIfStopped(stopToken);
-    files[kBestSetting] = encode(rendered, false, qualityOf(kBestSetting));
-    if (byteCount(files[kBestSetting]) < minBytes)
-        throw FitError::minimumUnreachable(byteCount(files[kBestSetting]), minBytes);
-    int under = found.setting, reaching = kBestSetting;
-    while (reaching - under > 1) {
+    std::vector<std::uint8_t> best = encodeAt(kBestSetting);
+    if (byteCount(best) < minBytes) throw FitError::minimumUnreachable(byteCount(best), minBytes);
+    // How big a copy within the limit got, for the failure when the window is narrower than one step.
+    std::int64_t largestWithin = byteCount(found.data);
+    for (int setting = found.setting + 1; setting <= kBestSetting; ++setting) {
         throwIfStopped(stopToken);
-        const int mid = (under + reaching) / 2;
-        files[mid] = encode(rendered, false, qualityOf(mid));
-        (byteCount(files[mid]) >= minBytes ? reaching : under) = mid;
+        std::vector<std::uint8_t> data =
+            setting == kBestSetting ? std::move(best) : encodeAt(setting);
+        const std::int64_t bytes = byteCount(data);
+        if (bytes > targetBytes) continue;
+        if (bytes >= minBytes) return {std::move(data), found.size, setting};
+        largestWithin = std::max(largestWithin, bytes);
     }
-    // The window between minimum and limit can be narrower than one quality step.
-    if (byteCount(files[reaching]) > targetBytes) throw FitError::minimumUnreachable(byteCount(files[under]), minBytes);
-    return {std::move(files[reaching]), found.size, reaching};
+    throw FitError::minimumUnreachable(largestWithin, minBytes);
 }
 
 }  // namespace parcelo::detail

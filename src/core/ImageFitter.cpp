@@ -13,6 +13,7 @@
 #include "FitSearch.h"
 #include "FitGeometry.h"
 #include "Rendering.h"
+#include "RequirementCheck.h"
 #include "SourceImage.h"
 #include "VipsRuntime.h"
 
@@ -84,7 +85,8 @@ FitResult fit(const std::filesystem::path& path, const FitSettings& settings, co
     if (static_cast<std::int64_t>(found.data.size()) < settings.minBytes) {
         const VImage rendered = settings.isExact() ? detail::renderCover(decoded, exact, crop, keepAlpha)
                                                    : detail::renderAtSize(decoded, found.size, keepAlpha);
-        found = detail::reachMinimum(std::move(found), rendered, usePNG, settings.minBytes, settings.targetBytes,
+        const auto encodeAt = [&rendered](int setting) { return detail::encode(rendered, false, setting / 100.0); };
+        found = detail::reachMinimum(std::move(found), encodeAt, usePNG, settings.minBytes, settings.targetBytes,
                                      stopToken);
     }
     detail::stampResolution(found.data, usePNG, settings.dpi);
@@ -114,34 +116,30 @@ VImage copyHeader(const FitResult& result, detail::SourceType& type) {
 
 }  // namespace
 
+// The header checks tell whether the bytes are the one image the result says; whether that image
+// meets the requirements is the rule that checks any file as it is.
 void verify(const FitResult& result, const FitSettings& settings) {
     detail::ensureVipsStarted();
     if (!settings.isValid() || result.data.empty()) verificationFailed();
-    const auto bytes = static_cast<std::int64_t>(result.data.size());
-    if (bytes > settings.targetBytes || bytes < settings.minBytes) verificationFailed();
 
     detail::SourceType type{};
     const VImage header = copyHeader(result, type);
     const std::int64_t pages = header.get_typeof("n-pages") != 0 ? header.get_int("n-pages") : 1;
     if (pages != 1) verificationFailed();
-    const PixelSize size{header.width(), header.height()};
-    if (size.width != result.width || size.height != result.height) verificationFailed();
-
+    if (header.width() != result.width || header.height() != result.height) verificationFailed();
     const bool isPNG = type == detail::SourceType::png;
     if (isPNG != (result.fileExtension == "png")) verificationFailed();
-    if ((settings.outputFormat == OutputFormat::png && !isPNG) ||
-        (settings.outputFormat == OutputFormat::jpeg && isPNG))
-        verificationFailed();
 
+    SourceFacts facts;
+    facts.format = isPNG ? "png" : "jpeg";
+    facts.bytes = static_cast<std::int64_t>(result.data.size());
+    facts.width = header.width();
+    facts.height = header.height();
     if (settings.dpi != 0) {
         std::istringstream file(std::string(result.data.begin(), result.data.end()));
-        if (detail::statedDpi(header, isPNG, file) != settings.dpi) verificationFailed();
+        facts.dpi = detail::statedDpi(header, isPNG, file);
     }
-    if (settings.isExact()) {
-        if (size.width != settings.exactWidth || size.height != settings.exactHeight) verificationFailed();
-    } else if (size.longest() > (settings.maxEdge == 0 ? kMaxMaxEdge : settings.maxEdge)) {
-        verificationFailed();
-    }
+    if (!unmetLimits(facts, settings).empty()) verificationFailed();
 }
 
 Bitmap preview(const std::filesystem::path& path, std::int64_t maxEdge, std::stop_token stopToken) {

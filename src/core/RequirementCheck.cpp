@@ -165,13 +165,18 @@ SourceFacts inspectSource(const std::filesystem::path& path) {
     return facts;
 }
 
-std::vector<Requirement> unmetRequirements(const SourceFacts& facts, const FitSettings& settings) {
+std::vector<Requirement> unmetLimits(const SourceFacts& facts, const FitSettings& settings) {
     std::vector<Requirement> unmet;
     if (!meetsFormat(facts.format, settings.outputFormat)) unmet.push_back(Requirement::format);
     if (facts.bytes > settings.targetBytes) unmet.push_back(Requirement::bytes);
     if (facts.bytes < settings.minBytes) unmet.push_back(Requirement::minimum);
     if (!meetsPixels(facts, settings)) unmet.push_back(Requirement::pixels);
     if (settings.dpi != 0 && facts.dpi != settings.dpi) unmet.push_back(Requirement::resolution);
+    return unmet;
+}
+
+std::vector<Requirement> unmetRequirements(const SourceFacts& facts, const FitSettings& settings) {
+    std::vector<Requirement> unmet = unmetLimits(facts, settings);
     if (facts.orientation != 1) unmet.push_back(Requirement::upright);
     if (facts.metadata.any()) unmet.push_back(Requirement::metadata);
     if (!facts.sRGB) unmet.push_back(Requirement::colour);

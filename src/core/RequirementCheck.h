@@ -49,4 +49,8 @@ SourceFacts inspectSource(const std::filesystem::path& path);
 // Empty when it meets the requirements as it is.
 std::vector<Requirement> unmetRequirements(const SourceFacts& facts, const FitSettings& settings);
 
+// The first five of those, which every fitted copy is held to when it is verified: format, size
+// limit, minimum, pixels and resolution. A copy is upright, bare and sRGB by how it is made.
+std::vector<Requirement> unmetLimits(const SourceFacts& facts, const FitSettings& settings);
+
 }  // namespace parcelo

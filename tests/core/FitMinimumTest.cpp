@@ -3,31 +3,34 @@
 
 // A form's smallest file size, reached by raising the quality at the same size and never by padding.
 #include <functional>
-#include <map>
 
 #include <gtest/gtest.h>
 
 #include "ByteCountFormat.h"
-#include "Encoding.h"
 #include "FitMinimum.h"
-#include "TestSupport.h"
 
 using namespace parcelo;
-using namespace parcelo::test;
-using vips::VImage;
 
 namespace {
 
 using Bytes = std::vector<std::uint8_t>;
 
-Bytes atSetting(const VImage& image, int setting) { return detail::encode(image, false, setting / 100.0); }
+// File sizes by encoder setting as real photos have them: growing with the quality, but now and
+// then a few bytes smaller than at the setting before (53, 61, 77, 90), and one setting (70)
+// much larger than its neighbours.
+std::int64_t fakeBytes(int setting) {
+    std::int64_t bytes = 20'000 + 300 * (setting - 50);
+    if (setting == 53 || setting == 61 || setting == 77 || setting == 90) bytes -= 307;
+    if (setting == 70) bytes += 5'000;
+    return bytes;
+}
 
-std::int64_t bytesOf(const Bytes& data) { return static_cast<std::int64_t>(data.size()); }
+Bytes fakeFile(int setting) { return Bytes(static_cast<std::size_t>(fakeBytes(setting)), static_cast<std::uint8_t>(setting)); }
 
-// The lowest setting above `from` whose file is at least `minimum` bytes.
-int lowestReaching(const std::map<int, std::int64_t>& sizes, int from, std::int64_t minimum) {
-    for (const auto& [setting, bytes] : sizes)
-        if (setting > from && bytes >= minimum) return setting;
+// The lowest setting above 50 whose file lies between `minimum` and `limit`; 0 when none does.
+int lowestReaching(std::int64_t minimum, std::int64_t limit) {
+    for (int setting = 51; setting <= 100; ++setting)
+        if (fakeBytes(setting) >= minimum && fakeBytes(setting) <= limit) return setting;
     return 0;
 }
 
@@ -40,39 +43,43 @@ std::string failureOf(const std::function<void()>& call) {
     return "no failure";
 }
 
-// Found at quality 0.50, the copy is under the minimum: the same pixels come back at the lowest
-// quality that reaches it, or the image fails with the bytes it got to; a copy that already
-// reaches it, or a PNG, is never re-encoded.
+// Found at setting 50, the copy is under the minimum: the same pixels come back at the lowest
+// setting whose file reaches it within the limit, however the sizes wander, or the image fails
+// with the bytes it got to; a copy that already reaches it, or a PNG, is never re-encoded.
 TEST(Minimum, ReachedAtTheLowestQualityThatReachesItOrFailsSayingHowBigItGot) {
-    const VImage image = photoLike(200, 230);
-    const geometry::PixelSize size{200, 230};
-    std::map<int, std::int64_t> sizes;
-    for (int setting = 50; setting <= 100; ++setting) sizes[setting] = bytesOf(atSetting(image, setting));
-    const auto found = [&] { return detail::Found{atSetting(image, 50), size, 50}; };
-    const auto reach = [&](std::int64_t minimum, std::int64_t limit, bool png = false) {
-        return detail::reachMinimum(found(), image, png, minimum, limit, {});
+    int encodes = 0;
+    const detail::EncodeAtSetting encodeAt = [&encodes](int setting) {
+        ++encodes;
+        return fakeFile(setting);
     };
-
-    for (const int wanted : {51, 70, 93, 100}) {
-        const std::int64_t minimum = sizes[wanted];
-        const int expected = lowestReaching(sizes, 50, minimum);
-        const detail::Found reached = reach(minimum, sizes[100]);
-        EXPECT_EQ(reached.setting, expected) << "minimum " << minimum;
-        EXPECT_EQ(reached.data, atSetting(image, expected));
-        EXPECT_EQ(reached.size.width, 200);
+    const auto reach = [&](std::int64_t minimum, std::int64_t limit, bool png = false) {
+        encodes = 0;
+        return detail::reachMinimum({fakeFile(50), {200, 230}, 50}, encodeAt, png, minimum, limit, {});
+    };
+    for (int wanted = 51; wanted <= 100; ++wanted) {
+        for (const std::int64_t limit : {fakeBytes(100), fakeBytes(wanted) + 100}) {
+            const int expected = lowestReaching(fakeBytes(wanted), limit);
+            const detail::Found reached = reach(fakeBytes(wanted), limit);
+            EXPECT_EQ(reached.setting, expected) << "minimum " << fakeBytes(wanted) << ", limit " << limit;
+            EXPECT_EQ(reached.data, fakeFile(expected));
+            EXPECT_EQ(reached.size.width, 200);
+        }
     }
-    EXPECT_EQ(reach(sizes[50], sizes[100]).setting, 50);  // already there: kept as found
-    EXPECT_EQ(reach(0, sizes[100]).data, found().data);
+    EXPECT_EQ(reach(fakeBytes(69) + 1, 30'000).setting, 71);  // 70 is over the limit
+    EXPECT_EQ(reach(fakeBytes(50), fakeBytes(100)).setting, 50);  // already there: kept as found
+    EXPECT_EQ(reach(0, fakeBytes(100)).data, fakeFile(50));
+    EXPECT_EQ(encodes, 0);
 
-    EXPECT_EQ(failureOf([&] { reach(sizes[100] + 1, sizes[100] + 1); }),
-              "This copy reaches only " + formatByteCount(sizes[100]) + " within your limit, under the " +
-                  formatByteCount(sizes[100] + 1) +
+    EXPECT_EQ(failureOf([&] { reach(fakeBytes(100) + 1, fakeBytes(100) + 1); }),
+              "This copy reaches only " + formatByteCount(fakeBytes(100)) + " within your limit, under the " +
+                  formatByteCount(fakeBytes(100) + 1) +
                   " minimum. Lower the minimum or choose larger dimensions. Parcelo never pads a file.");
-    // Between two neighbouring qualities, one under the minimum and the next over the limit.
-    const int step = lowestReaching(sizes, 50, sizes[80]);
-    EXPECT_EQ(FitError::minimumUnreachable(sizes[step - 1], sizes[step - 1] + 1).errorDescription(),
-              failureOf([&] { reach(sizes[step - 1] + 1, sizes[step] - 1); }));
-    EXPECT_THROW(reach(sizes[50] + 1, sizes[100], true), FitError);
+    EXPECT_EQ(encodes, 1);  // under it even at the best quality: nothing else is tried
+    // Between two neighbouring settings, one under the minimum and the next over the limit.
+    EXPECT_EQ(failureOf([&] { reach(fakeBytes(80) + 1, fakeBytes(81) - 1); }),
+              FitError::minimumUnreachable(fakeBytes(80), fakeBytes(80) + 1).errorDescription());
+    EXPECT_EQ(failureOf([&] { reach(fakeBytes(50) + 1, fakeBytes(100), true); }),
+              FitError::minimumUnreachable(fakeBytes(50), fakeBytes(50) + 1).errorDescription());
 }
 
 }  // namespace
