@@ -3,6 +3,9 @@
 
 #include "Requirements.h"
 
+#include <algorithm>
+#include <limits>
+
 #include <QLocale>
 
 #include <QScopedValueRollback>
@@ -36,6 +39,22 @@ bool exactSideAllowed(const QString& text) {
     const auto side = integerValue(text);
     return side && *side >= kMinExactSide && *side <= kMaxExactSide;
 }
+
+// The optional requirements: an empty field is none (0), any other text that is no integer is
+// out of range (-1), and an integer is taken unchanged for the bounds to judge.
+std::int64_t optionalValue(const QString& text) {
+    if (text.isEmpty()) return 0;
+    return integerValue(text).value_or(-1);
+}
+
+// Whole kilobytes as bytes; past what bytes can hold it stays out of range.
+std::int64_t kilobytesToBytes(std::int64_t kilobytes) {
+    constexpr std::int64_t most = std::numeric_limits<std::int64_t>::max() / kBytesPerKB;
+    return std::clamp(kilobytes, -most, most) * kBytesPerKB;
+}
+
+// An optional requirement's field as a recipe or the stored requirements give it.
+QString optionalText(std::int64_t value) { return value == 0 ? QString() : QString::number(value); }
 
 QString fromUtf8(const std::string& text) { return QString::fromStdString(text); }
 QString fromUtf8(std::string_view text) { return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size())); }
@@ -104,6 +123,12 @@ void Requirements::setPixelWidth(const QString& text) { edit(pixelWidth_, text, 
 
 void Requirements::setPixelHeight(const QString& text) { edit(pixelHeight_, text, &Requirements::pixelHeightChanged); }
 
+void Requirements::setMinimumKB(const QString& text) { edit(minimumKB_, text, &Requirements::minimumKBChanged); }
+
+void Requirements::setResolutionDpi(const QString& text) {
+    edit(resolutionDpi_, text, &Requirements::resolutionDpiChanged);
+}
+
 void Requirements::setActiveRecipeName(std::optional<QString> name) {
     activeRecipeName_ = std::move(name);
     emit activeRecipeNameChanged();
@@ -127,6 +152,8 @@ FitSettings Requirements::fitSettings() const {
         settings.exactWidth = integerValue(pixelWidth_).value_or(-1);
         settings.exactHeight = integerValue(pixelHeight_).value_or(-1);
     }
+    settings.minBytes = kilobytesToBytes(optionalValue(minimumKB_));
+    settings.dpi = optionalValue(resolutionDpi_);
     return settings;
 }
 
@@ -145,13 +172,23 @@ bool Requirements::exactCropping() const {
 QString Requirements::summary() const {
     const std::optional<ExactTexts> exact =
         exactPixels_ ? std::optional(ExactTexts{pixelWidth_.toStdString(), pixelHeight_.toStdString()}) : std::nullopt;
-    return fromUtf8(requirementSummary(fitSettings().targetBytes, maxEdge_, outputFormat_, exact));
+    // A smallest size or resolution out of range is left out; the notes say what is allowed.
+    const FitSettings settings = fitSettings();
+    return fromUtf8(requirementSummary(settings.targetBytes, maxEdge_, outputFormat_, exact,
+                                       settings.hasValidMinimum() ? settings.minBytes : 0,
+                                       settings.hasValidDpi() ? settings.dpi : 0));
 }
 
-bool Requirements::sizeNoteWarns() const { return fitSettings().targetBytes == 0; }
+bool Requirements::sizeNoteWarns() const {
+    const FitSettings settings = fitSettings();
+    return settings.targetBytes == 0 || !settings.hasValidMinimum();
+}
 
 QString Requirements::sizeNote() const {
-    return sizeNoteWarns() ? QStringLiteral("Enter a limit from 10 to 25,000 KB.") : QStringLiteral("Per image · 10 KB to 25 MB");
+    if (fitSettings().targetBytes == 0) return QStringLiteral("Enter a limit from 10 to 25,000 KB.");
+    if (sizeNoteWarns())
+        return QStringLiteral("Enter a minimum from %1 to %2 KB.").arg(kMinMinimumBytes / kBytesPerKB).arg(targetKB_);
+    return QStringLiteral("Per image · 10 KB to 25 MB");
 }
 
 bool Requirements::dimensionsNoteWarns() const {
@@ -167,7 +204,10 @@ QString Requirements::dimensionsNote() const {
                : QStringLiteral("Adjust each crop in the preview.\n%1–%2 px per side.").arg(kMinExactSide).arg(kMaxExactSide);
 }
 
+bool Requirements::formatNoteWarns() const { return !fitSettings().hasValidDpi(); }
+
 QString Requirements::formatNote() const {
+    if (formatNoteWarns()) return QStringLiteral("Enter a resolution from %1 to %2 dpi.").arg(kMinDpi).arg(kMaxDpi);
     switch (outputFormat_) {
     case OutputFormat::automatic: return QStringLiteral("JPEG for photos. PNG for transparency.");
     case OutputFormat::jpeg: return QStringLiteral("Transparency becomes a white background.");
@@ -217,6 +257,15 @@ QString Requirements::edgeDescription() const {
                           : QStringLiteral("%1 pixels").arg(maxEdge());
 }
 
+QString Requirements::minimumDescription() {
+    return QStringLiteral("Optional, %1 kilobyte up to the size limit").arg(kMinMinimumBytes / kBytesPerKB);
+}
+
+QString Requirements::resolutionDescription() {
+    const QLocale english(QLocale::English);
+    return QStringLiteral("Optional, %1 to %2 dots per inch").arg(english.toString(kMinDpi), english.toString(kMaxDpi));
+}
+
 // ---- Changes and persistence ----
 
 void Requirements::settingsChanged() {
@@ -259,6 +308,8 @@ void Requirements::restoreRequirements() {
         pixelWidth_ = QString::number(settings->exactWidth);
         pixelHeight_ = QString::number(settings->exactHeight);
     }
+    minimumKB_ = optionalText(settings->minBytes / kBytesPerKB);
+    resolutionDpi_ = optionalText(settings->dpi);
     appliedSettings_ = *settings;
     const QVariant storedName = defaults_->value(kActiveRecipeKey);
     if (!storedName.isValid()) return;
@@ -314,6 +365,8 @@ void Requirements::applyRecipe(const UploadRecipe& recipe) {
             setPixelWidth(QString::number(settings.exactWidth));
             setPixelHeight(QString::number(settings.exactHeight));
         }
+        setMinimumKB(optionalText(settings.minBytes / kBytesPerKB));
+        setResolutionDpi(optionalText(settings.dpi));
     }
     settingsChanged();
     setActiveRecipeName(fromUtf8(recipe.name()));

@@ -44,6 +44,10 @@ class Requirements : public QObject {
     Q_PROPERTY(QString pixelWidth READ pixelWidth WRITE setPixelWidth NOTIFY pixelWidthChanged FINAL)
     /// Text of the exact-height field, as typed.
     Q_PROPERTY(QString pixelHeight READ pixelHeight WRITE setPixelHeight NOTIFY pixelHeightChanged FINAL)
+    /// Text of the "at least" field in kilobytes; empty for no smallest size.
+    Q_PROPERTY(QString minimumKB READ minimumKB WRITE setMinimumKB NOTIFY minimumKBChanged FINAL)
+    /// Text of the resolution field in dots per inch; empty for none written into the copies.
+    Q_PROPERTY(QString resolutionDpi READ resolutionDpi WRITE setResolutionDpi NOTIFY resolutionDpiChanged FINAL)
     /// Name of the recipe in force; empty when the requirements were edited by hand.
     Q_PROPERTY(QString activeRecipeName READ activeRecipeNameText NOTIFY activeRecipeNameChanged FINAL)
     /// The user's recipes: maps of id, name and matches (its settings are the current ones).
@@ -57,6 +61,9 @@ class Requirements : public QObject {
     /// What screen readers say of the custom limit field and of the edge button, from the bounds.
     Q_PROPERTY(QString sizeRangeDescription READ sizeRangeDescription CONSTANT FINAL)
     Q_PROPERTY(QString edgeDescription READ edgeDescription NOTIFY maxEdgeChanged FINAL)
+    /// What screen readers say of the "at least" and resolution fields, from the bounds.
+    Q_PROPERTY(QString minimumDescription READ minimumDescription CONSTANT FINAL)
+    Q_PROPERTY(QString resolutionDescription READ resolutionDescription CONSTANT FINAL)
     /// One line: "≤ 1 MB · Up to 2560 px · Auto format".
     Q_PROPERTY(QString summary READ summary NOTIFY changed FINAL)
     /// The note under the size limit, and whether it warns (red) rather than informs.
@@ -65,8 +72,9 @@ class Requirements : public QObject {
     /// The note under the dimensions, and whether it warns.
     Q_PROPERTY(QString dimensionsNote READ dimensionsNote NOTIFY changed FINAL)
     Q_PROPERTY(bool dimensionsNoteWarns READ dimensionsNoteWarns NOTIFY changed FINAL)
-    /// What the chosen output format means.
+    /// What the chosen output format means, or what resolutions are allowed, and whether it warns.
     Q_PROPERTY(QString formatNote READ formatNote NOTIFY changed FINAL)
+    Q_PROPERTY(bool formatNoteWarns READ formatNoteWarns NOTIFY changed FINAL)
     /// The exact size the crop editor frames: each side as typed, 600 for a side that is no integer.
     Q_PROPERTY(qint64 cropWidth READ cropWidth NOTIFY changed FINAL)
     Q_PROPERTY(qint64 cropHeight READ cropHeight NOTIFY changed FINAL)
@@ -95,6 +103,10 @@ public:
     void setPixelWidth(const QString& text);
     [[nodiscard]] QString pixelHeight() const { return pixelHeight_; }
     void setPixelHeight(const QString& text);
+    [[nodiscard]] QString minimumKB() const { return minimumKB_; }
+    void setMinimumKB(const QString& text);
+    [[nodiscard]] QString resolutionDpi() const { return resolutionDpi_; }
+    void setResolutionDpi(const QString& text);
     [[nodiscard]] std::optional<QString> activeRecipeName() const { return activeRecipeName_; }
     [[nodiscard]] QString activeRecipeNameText() const { return activeRecipeName_.value_or(QString()); }
     [[nodiscard]] const std::vector<UploadRecipe>& recipes() const { return recipes_; }
@@ -104,6 +116,8 @@ public:
     [[nodiscard]] static QVariantList edgeChoices();
     [[nodiscard]] static QString sizeRangeDescription();
     [[nodiscard]] QString edgeDescription() const;
+    [[nodiscard]] static QString minimumDescription();
+    [[nodiscard]] static QString resolutionDescription();
 
     // The FitSettings of the current properties, valid or not.
     [[nodiscard]] FitSettings fitSettings() const;
@@ -116,6 +130,7 @@ public:
     [[nodiscard]] QString dimensionsNote() const;
     [[nodiscard]] bool dimensionsNoteWarns() const;
     [[nodiscard]] QString formatNote() const;
+    [[nodiscard]] bool formatNoteWarns() const;
     [[nodiscard]] qint64 cropWidth() const;
     [[nodiscard]] qint64 cropHeight() const;
     [[nodiscard]] bool canSaveRecipe() const { return editable_ && usable(); }
@@ -149,6 +164,8 @@ signals:
     void exactPixelsChanged();
     void pixelWidthChanged();
     void pixelHeightChanged();
+    void minimumKBChanged();
+    void resolutionDpiChanged();
     void activeRecipeNameChanged();
     void recipesChanged();
     void canSaveRecipeChanged();
@@ -182,6 +199,8 @@ private:
     bool exactPixels_ = false;
     QString pixelWidth_ = QString::number(kDefaultExactSide);
     QString pixelHeight_ = QString::number(kDefaultExactSide);
+    QString minimumKB_;
+    QString resolutionDpi_;
     std::optional<QString> activeRecipeName_;
     std::vector<UploadRecipe> recipes_;
     FitSettings appliedSettings_ = kDefaultSettings;

@@ -110,6 +110,51 @@ private slots:
         QCOMPARE(model.appliedSettings().outputFormat, OutputFormat::png);
     }
 
+    // A smallest size and a resolution: empty for none, typed by the integer rule, named in the
+    // summary only when set and in range (the notes say what is allowed), saved with a recipe, which
+    // is checked only while they are in force too, and set again when it is applied.
+    void minimumAndResolutionTravelWithTheRequirements() {
+        ModelSandbox sandbox;
+        AppModel& model = sandbox.model();
+        Requirements& requirements = model.requirements();
+        requirements.setTargetKB(50);
+        setExactSides(model, u"200"_s, u"230"_s);
+        requirements.setOutputFormat(OutputFormat::jpeg);
+        const std::tuple<const char*, qint64, bool> minima[] = {
+            {"", 0, true}, {"1", 1'000, true}, {"50", 50'000, true}, {"51", 51'000, false}, {" 20", 0, false}};
+        for (const auto& [text, bytes, valid] : minima) {
+            requirements.setMinimumKB(QString::fromUtf8(text));
+            QVERIFY2(requirements.fitSettings().isValid() == valid && requirements.sizeNoteWarns() != valid, text);
+            QVERIFY2(!valid || requirements.fitSettings().minBytes == bytes, text);
+        }
+        QCOMPARE(requirements.sizeNote(), u"Enter a minimum from 1 to 50 KB."_s);
+        QCOMPARE(requirements.summary(), u"≤ 50 KB · 200 × 230 px · JPEG"_s);
+        requirements.setMinimumKB(u"20"_s);
+        const std::pair<const char*, bool> resolutions[] = {{"72", true}, {"1200", true}, {"71", false}, {"dpi", false}};
+        for (const auto& [text, valid] : resolutions) {
+            requirements.setResolutionDpi(QString::fromUtf8(text));
+            QVERIFY2(requirements.fitSettings().isValid() == valid && requirements.formatNoteWarns() != valid, text);
+        }
+        QCOMPARE(requirements.formatNote(), u"Enter a resolution from 72 to 1200 dpi."_s);
+        requirements.setResolutionDpi(u"200"_s);
+        QCOMPARE(requirements.summary(), u"20–50 KB · 200 × 230 px · 200 dpi · JPEG"_s);
+
+        QVERIFY(requirements.saveRecipe(u"Exam"_s));
+        const auto stored = nlohmann::json::parse(sandbox.preferences().value(kRecipes).toByteArray().toStdString());
+        QCOMPARE(stored[0]["settings"]["minBytes"].get<qint64>(), qint64(20'000));
+        QCOMPARE(stored[0]["settings"]["dpi"].get<qint64>(), qint64(200));
+        const auto examChecked = [&requirements] { return requirements.recipesForView()[0].toMap()[u"matches"_s].toBool(); };
+        QVERIFY(examChecked());
+        requirements.setMinimumKB(QString());
+        QVERIFY(!examChecked() && !requirements.activeRecipeName());
+        requirements.applyRecipe(requirements.recipes()[0]);
+        QVERIFY(examChecked());
+        QCOMPARE(requirements.minimumKB(), u"20"_s);
+        requirements.applyRecipe(UploadRecipe::examples()[1]);
+        QCOMPARE(requirements.fitSettings(), UploadRecipe::examples()[1].settings());
+        QVERIFY(requirements.minimumKB().isEmpty() && requirements.resolutionDpi().isEmpty());
+    }
+
     // Stored requirements are read only when valid and under 4,096 bytes; the active recipe's
     // name only when a recipe of that name has those requirements.
     void aLaunchRestoresRequirementsAndTheActiveName_data() {
@@ -125,6 +170,8 @@ private slots:
         QTest::newRow("4,095 bytes") << padded(wholeBytes, 4095) << u"Web photo"_s << u"≤ 1.5 MB · Up to 1920 px · PNG"_s << QString();
         QTest::newRow("exact sides") << dumped(FitSettings{750'000, 2560, OutputFormat::jpeg, 800, 600}) << QString()
                                      << u"≤ 750 KB · 800 × 600 px · JPEG"_s << QString();
+        const FitSettings form{50'000, 2560, OutputFormat::jpeg, 200, 230, 20'000, 200};
+        QTest::newRow("minimum, dpi") << dumped(form) << QString() << u"20–50 KB · 200 × 230 px · 200 dpi · JPEG"_s << QString();
         QTest::newRow("original size") << dumped(FitSettings{200'000, 0, OutputFormat::png, 0, 0}) << QString()
                                        << u"≤ 200 KB · Up to 8192 px · PNG"_s << QString();
         const QString webPhoto = u"≤ 500 KB · Up to 1920 px · Auto format"_s;

@@ -83,6 +83,43 @@ private slots:
         QVERIFY2(view.errors().isEmpty(), qPrintable(view.errors()));
     }
 
+    // The smallest size and the resolution wait behind one small control in their cards: opened
+    // they take the keyboard, typed they reach the model, removed they are none; a recipe that
+    // has them shows them.
+    void optionalRequirementsOpenTypeAndRemove() {
+        ModelSandbox sandbox;
+        AppModel& model = sandbox.model();
+        ViewHarness view(model);
+        QVERIFY2(view.loaded(), qPrintable(view.errors()));
+        const auto typeIntoFocus = [&view](const char* keys) {
+            for (; *keys != 0; ++keys) QTest::keyClick(view.window(), *keys);
+        };
+        QVERIFY(!view.visible(u"minimumField"_s) && !view.visible(u"resolutionField"_s));
+        view.click(view.find(u"addMinimum"_s));
+        auto* minimum = view.find(u"minimumField"_s);
+        QVERIFY(minimum->isVisible() && minimum->hasActiveFocus() && !view.visible(u"addMinimum"_s));
+        typeIntoFocus("2000");
+        QCOMPARE(view.text(u"sizeNote"_s), u"Enter a minimum from 1 to 1000 KB."_s);
+        view.type(minimum, u"20"_s);
+        view.click(view.find(u"addResolution"_s));
+        typeIntoFocus("300");
+        QCOMPARE(model.requirements().summary(), u"20 KB–1 MB · Up to 2560 px · 300 dpi · Auto format"_s);
+        QCOMPARE(accessibleText(view.find(u"resolutionField"_s), QAccessible::Description),
+                 u"Optional, 72 to 1,200 dots per inch"_s);
+        view.screenshot(u"sidebar-minimum-and-resolution"_s);
+
+        view.click(view.find(u"removeMinimum"_s));
+        QVERIFY(model.requirements().minimumKB().isEmpty() && !view.visible(u"minimumField"_s));
+        QVERIFY(model.requirements().saveRecipe(u"Print"_s));
+        view.click(view.find(u"removeResolution"_s));
+        QCOMPARE(model.requirements().fitSettings().dpi, 0);
+        QVERIFY(!view.visible(u"resolutionField"_s) && view.visible(u"addResolution"_s));
+        model.requirements().applyRecipe(model.requirements().recipes()[0]);
+        QCOMPARE(view.text(u"resolutionField"_s), u"300"_s);
+        QVERIFY(view.visible(u"resolutionField"_s));
+        QVERIFY2(view.errors().isEmpty(), qPrintable(view.errors()));
+    }
+
     // The picker lists the examples, then the user's recipes, with check marks where the settings
     // match. The manager saves under a trimmed name, reports a refusal and keeps the name, deletes
     // at once, and closes on Escape without saving.

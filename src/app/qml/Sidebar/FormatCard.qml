@@ -19,6 +19,15 @@ SettingsCard {
 
     title: "Format"
     icon: "photo.on.rectangle"
+    accessory: AddOptionButton {
+        id: addResolution
+
+        objectName: "addResolution"
+        visible: !resolution.visible
+        text: "Resolution"
+        Accessible.name: "Write a resolution into the copies"
+        onClicked: resolution.open(addResolution.visualFocus)
+    }
 
     InsetTrack {
         Layout.fillWidth: true
@@ -41,11 +50,30 @@ SettingsCard {
         }
     }
 
+    OptionalField {
+        id: resolution
+
+        Layout.fillWidth: true
+        caption: "Resolution"
+        unit: "dpi"
+        fieldName: "resolutionField"
+        removeName: "removeResolution"
+        removeLabel: "Remove the resolution"
+        text: AppModel.requirements.resolutionDpi
+        accessibleName: "Resolution in dots per inch"
+        accessibleDescription: AppModel.requirements.resolutionDescription
+        onTextEdited: text => AppModel.requirements.resolutionDpi = text
+        onRemoved: byKeyboard => {
+            AppModel.requirements.resolutionDpi = ""
+            addResolution.forceActiveFocus(byKeyboard ? Qt.TabFocusReason : Qt.MouseFocusReason)
+        }
+    }
+
     Text {
         objectName: "formatNote"
         Layout.fillWidth: true
         text: AppModel.requirements.formatNote
-        color: Theme.secondary
+        color: AppModel.requirements.formatNoteWarns ? Theme.red : Theme.secondary
         font.pixelSize: 9
         wrapMode: Text.Wrap
     }

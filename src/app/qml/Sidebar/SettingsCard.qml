@@ -12,6 +12,8 @@ Rectangle {
     property string title
     property string icon
     default property alias content: body.data
+    // A small control at the end of the title line.
+    property alias accessory: accessorySlot.data
 
     implicitHeight: column.implicitHeight + 2 * 10
     radius: 12
@@ -26,13 +28,22 @@ Rectangle {
         anchors.margins: 10
         spacing: 7
 
-        CardTitle {
-            title: root.title
-            icon: root.icon
-            font.pixelSize: 11
-            font.weight: Font.DemiBold
-            Accessible.role: Accessible.Heading
-            Accessible.name: root.title
+        RowLayout {
+            Layout.fillWidth: true
+            spacing: 4
+
+            CardTitle {
+                Layout.fillWidth: true
+                title: root.title
+                icon: root.icon
+                font.pixelSize: 11
+                font.weight: Font.DemiBold
+                Accessible.role: Accessible.Heading
+                Accessible.name: root.title
+            }
+            Row {
+                id: accessorySlot
+            }
         }
 
         ColumnLayout {

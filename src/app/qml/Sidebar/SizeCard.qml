@@ -12,6 +12,15 @@ SettingsCard {
 
     title: "File size"
     icon: "arrow.down.document"
+    accessory: AddOptionButton {
+        id: addMinimum
+
+        objectName: "addMinimum"
+        visible: !minimum.visible
+        text: "Minimum"
+        Accessible.name: "Add a minimum file size"
+        onClicked: minimum.open(addMinimum.visualFocus)
+    }
 
     RowLayout {
         Layout.fillWidth: true
@@ -62,6 +71,25 @@ SettingsCard {
                 filled: false
                 onClicked: AppModel.requirements.targetKB = modelData.kilobytes
             }
+        }
+    }
+
+    OptionalField {
+        id: minimum
+
+        Layout.fillWidth: true
+        caption: "At least"
+        unit: "KB"
+        fieldName: "minimumField"
+        removeName: "removeMinimum"
+        removeLabel: "Remove the minimum file size"
+        text: AppModel.requirements.minimumKB
+        accessibleName: "Minimum file size in kilobytes"
+        accessibleDescription: AppModel.requirements.minimumDescription
+        onTextEdited: text => AppModel.requirements.minimumKB = text
+        onRemoved: byKeyboard => {
+            AppModel.requirements.minimumKB = ""
+            addMinimum.forceActiveFocus(byKeyboard ? Qt.TabFocusReason : Qt.MouseFocusReason)
         }
     }
 
