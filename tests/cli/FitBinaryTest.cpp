@@ -154,7 +154,7 @@ TEST(FitBinary, UsesTheRecipesSavedInTheApp) {
                               QSettings::IniFormat);
         preferences.setValue(kStoredRecipesKey, QByteArray(R"([{"id": "6B29FC40-CA47-1067-B31D-00DD010662DA",
             "name": "Shop photo", "settings": {"targetBytes": 30000, "maxEdge": 0, "outputFormat": "jpeg",
-            "exactWidth": 320, "exactHeight": 240}}])"));
+            "exactWidth": 320, "exactHeight": 240, "minBytes": 12000, "dpi": 200}}])"));
     }
     const auto config = treeState(scratch / "config");
     ::setenv("XDG_CONFIG_HOME", (scratch / "config").c_str(), 1);  // for the process started below
@@ -165,6 +165,8 @@ TEST(FitBinary, UsesTheRecipesSavedInTheApp) {
     const vips::VImage copy = vips::VImage::new_from_file((scratch / "out/photo-parcelo.jpg").c_str());
     EXPECT_EQ(std::pair(copy.width(), copy.height()), std::pair(320, 240));
     EXPECT_LE(fs::file_size(scratch / "out/photo-parcelo.jpg"), 30'000u);
+    EXPECT_GE(fs::file_size(scratch / "out/photo-parcelo.jpg"), 12'000u);
+    EXPECT_NEAR(copy.xres() * 25.4, 200, 0.01);
     EXPECT_EQ(treeState(scratch / "config"), config);
 }
 
