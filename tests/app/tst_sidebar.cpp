@@ -112,8 +112,7 @@ private slots:
         QVERIFY(model.requirements().minimumKB().isEmpty() && !view.visible(u"minimumField"_s));
         QVERIFY(model.requirements().saveRecipe(u"Print"_s));
         view.click(view.find(u"removeResolution"_s));
-        QCOMPARE(model.requirements().fitSettings().dpi, 0);
-        QVERIFY(!view.visible(u"resolutionField"_s) && view.visible(u"addResolution"_s));
+        QVERIFY(model.requirements().resolutionDpi().isEmpty() && !view.visible(u"resolutionField"_s));
         model.requirements().applyRecipe(model.requirements().recipes()[0]);
         QCOMPARE(view.text(u"resolutionField"_s), u"300"_s);
         QVERIFY(view.visible(u"resolutionField"_s));
