@@ -93,6 +93,7 @@ Requirements::Requirements(QSettings* preferences, QObject* parent) : QObject(pa
 
 // A preset or a recipe sets the limit: the field shows it.
 void Requirements::setTargetKB(qint64 kilobytes) {
+    if (!editable_) return;
     customKB_ = QString::number(kilobytes);
     emit customKBChanged();
     edit(targetKB_, kilobytes, &Requirements::targetKBChanged);
@@ -100,6 +101,7 @@ void Requirements::setTargetKB(qint64 kilobytes) {
 
 // Typed: the limit follows the text.
 void Requirements::setCustomKB(const QString& text) {
+    if (!editable_) return;
     customKB_ = text;
     emit customKBChanged();
     edit(targetKB_, integerValue(text).value_or(0), &Requirements::targetKBChanged);

@@ -176,8 +176,11 @@ signals:
 
 private:
     // Sets a requirement field, announces it, and re-applies unless a recipe is being applied.
+    // While a run or a save works with the applied requirements nothing changes: an edit then
+    // would leave copies ready that the new requirements don't describe.
     template <typename T>
     void edit(T& field, T value, void (Requirements::*fieldChanged)()) {
+        if (!editable_) return;
         field = std::move(value);
         emit(this->*fieldChanged)();
         emit changed();
