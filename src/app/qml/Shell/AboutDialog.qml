@@ -42,7 +42,8 @@ Dialog {
         Image {
             Layout.alignment: Qt.AlignHCenter
             source: "qrc:/icons/app.parcelo.Parcelo.svg"
-            sourceSize: Qt.size(72, 72)
+            sourceSize.width: 72
+            sourceSize.height: 72
             Accessible.ignored: true
         }
         Label {

@@ -2,7 +2,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 
 import QtQuick
-import Qt5Compat.GraphicalEffects as Effects
 
 // Parcelo's square mark: a coral-to-violet tile with a pair of inward-pointing arrows.
 Item {
@@ -14,24 +13,12 @@ Item {
     implicitHeight: size
     Accessible.ignored: true
 
-    Rectangle {
-        id: tile
-
+    RoundedGradient {
         anchors.fill: parent
         radius: root.size * 0.25
-        visible: false
-    }
-
-    Effects.LinearGradient {
-        anchors.fill: parent
-        source: tile
-        start: Qt.point(0, 0)
-        end: Qt.point(root.size, root.size)
-        gradient: Gradient {
-            GradientStop { position: 0.0; color: Theme.coral }
-            GradientStop { position: 0.5; color: Theme.orchid }
-            GradientStop { position: 1.0; color: Theme.violet }
-        }
+        from: Theme.coral
+        middle: Theme.orchid
+        to: Theme.violet
     }
 
     Symbol {

@@ -4,14 +4,15 @@
 import QtQuick
 import QtQuick.Shapes
 
-// A rounded rectangle filled with a two-colour gradient from its top-left to its bottom-right
-// corner. Drawn as a shape, so that it shows with every scene graph backend.
+// A rounded rectangle filled with a gradient from its top-left to its bottom-right corner,
+// through `middle` half way (by default the colour between the two ends). Drawn as a shape, so that it shows with every scene graph backend.
 Shape {
     id: root
 
     property real radius: 0
     property color from
     property color to
+    property color middle: Qt.rgba((from.r + to.r) / 2, (from.g + to.g) / 2, (from.b + to.b) / 2, (from.a + to.a) / 2)
 
     ShapePath {
         strokeColor: "transparent"
@@ -22,6 +23,7 @@ Shape {
             y2: root.height
 
             GradientStop { position: 0; color: root.from }
+            GradientStop { position: 0.5; color: root.middle }
             GradientStop { position: 1; color: root.to }
         }
         startX: root.radius

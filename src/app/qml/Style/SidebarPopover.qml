@@ -3,7 +3,6 @@
 
 import QtQuick
 import QtQuick.Controls.Basic
-import Qt5Compat.GraphicalEffects as Effects
 import Parcelo.Style
 
 // A popover below the control that opens it. A click outside closes it; a click on that control
@@ -18,18 +17,16 @@ Popup {
     closePolicy: Popup.CloseOnEscape | Popup.CloseOnPressOutsideParent
 
     background: Item {
-        Effects.DropShadow {
-            anchors.fill: plate
-            source: plate
-            radius: 12
-            samples: 25
-            verticalOffset: 3
+        SoftShadow {
+            anchors.fill: parent
+            anchors.topMargin: 3
+            anchors.bottomMargin: -3
+            radius: 10
+            blur: 12
             color: Qt.alpha(Theme.ink, 0.18)
         }
 
         Rectangle {
-            id: plate
-
             anchors.fill: parent
             radius: 10
             color: "white"

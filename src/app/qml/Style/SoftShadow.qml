@@ -14,20 +14,27 @@ Item {
     property color color
     readonly property int layers: 9
 
+    // Outermost first; every layer adds its share, so the centre reaches the full colour.
+    // A delegate does not reach this item's id: each layer gets its spread, corner and colour
+    // from the model and its size from its parent, this item.
+    readonly property color layerColor: Qt.alpha(color, color.a / layers)
+    readonly property var layerShapes: Array.from({ length: layers }, (_, index) => {
+        const spread = blur * (layers - index) / layers
+        return { spread: spread, radius: radius + spread / 2, color: layerColor }
+    })
+
     Repeater {
-        model: root.layers
+        model: root.layerShapes
 
         Rectangle {
-            required property int index
-            // Outermost first; every layer adds its share, so the centre reaches the full colour.
-            readonly property real spread: root.blur * (root.layers - index) / root.layers
+            required property var modelData
 
-            x: -spread / 2
-            y: -spread / 2
-            width: root.width + spread
-            height: root.height + spread
-            radius: root.radius + spread / 2
-            color: Qt.alpha(root.color, root.color.a / root.layers)
+            x: -modelData.spread / 2
+            y: -modelData.spread / 2
+            width: parent.width + modelData.spread
+            height: parent.height + modelData.spread
+            radius: modelData.radius
+            color: modelData.color
         }
     }
 }

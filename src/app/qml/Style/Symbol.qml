@@ -59,15 +59,33 @@ Item {
         anchors.fill: parent
         visible: root.breezeIcon !== ""
         source: visible ? "image://symbol/" + root.colorDigits + "/" + root.breezeIcon : ""
-        sourceSize: Qt.size(Math.ceil(root.size), Math.ceil(root.size))
+        sourceSize.width: Math.ceil(root.size)
+        sourceSize.height: Math.ceil(root.size)
         fillMode: Image.PreserveAspectFit
         smooth: true
     }
 
     Loader {
+        id: drawing
+
         anchors.fill: parent
         active: root.breezeIcon === "" && root.name in root.drawings
         sourceComponent: active ? root.drawings[root.name] : null
+    }
+
+    // A drawing is made by a component, out of reach of this item's id: its size and colour
+    // are handed to it.
+    Binding {
+        target: drawing.item
+        property: "s"
+        value: root.size
+        when: drawing.item !== null
+    }
+    Binding {
+        target: drawing.item
+        property: "ink"
+        value: root.color
+        when: drawing.item !== null
     }
 
     // Two arrows meeting in the middle, as in Parcelo's mark.
@@ -77,12 +95,13 @@ Item {
         Shape {
             id: shape
 
-            readonly property real s: root.size
+            property real s
+            property color ink
             layer.enabled: true
             layer.samples: 4
 
             ShapePath {
-                strokeColor: root.color
+                strokeColor: shape.ink
                 strokeWidth: Math.max(1.2, shape.s * 0.12)
                 fillColor: "transparent"
                 capStyle: ShapePath.RoundCap
@@ -109,12 +128,13 @@ Item {
         Shape {
             id: shape
 
-            readonly property real s: root.size
+            property real s
+            property color ink
             layer.enabled: true
             layer.samples: 4
 
             ShapePath {
-                strokeColor: root.color
+                strokeColor: shape.ink
                 strokeWidth: Math.max(1, shape.s * 0.1)
                 fillColor: "transparent"
                 capStyle: ShapePath.RoundCap
@@ -132,23 +152,29 @@ Item {
         id: locationSlash
 
         Item {
+            id: pin
+
+            property real s
+            property color ink
+
             Image {
                 anchors.fill: parent
-                source: "image://symbol/" + root.colorDigits + "/mark-location"
-                sourceSize: Qt.size(Math.ceil(root.size), Math.ceil(root.size))
+                source: "image://symbol/" + pin.ink.toString().substring(1) + "/mark-location"
+                sourceSize.width: Math.ceil(pin.s)
+                sourceSize.height: Math.ceil(pin.s)
                 smooth: true
             }
 
             Shape {
                 id: shape
 
-                readonly property real s: root.size
+                readonly property real s: pin.s
                 anchors.fill: parent
                 layer.enabled: true
                 layer.samples: 4
 
                 ShapePath {
-                    strokeColor: root.color
+                    strokeColor: pin.ink
                     strokeWidth: Math.max(1, shape.s * 0.09)
                     capStyle: ShapePath.RoundCap
 
@@ -166,13 +192,14 @@ Item {
         Shape {
             id: shape
 
-            readonly property real s: root.size
+            property real s
+            property color ink
             layer.enabled: true
             layer.samples: 4
 
             ShapePath {
                 strokeColor: "transparent"
-                fillColor: root.color
+                fillColor: shape.ink
 
                 startX: shape.s * 0.5; startY: shape.s * 0.04
                 PathArc { x: shape.s * 0.5; y: shape.s * 0.96; radiusX: shape.s * 0.46; radiusY: shape.s * 0.46 }
@@ -199,12 +226,13 @@ Item {
         Shape {
             id: shape
 
-            readonly property real s: root.size
+            property real s
+            property color ink
             layer.enabled: true
             layer.samples: 4
 
             ShapePath {
-                strokeColor: root.color
+                strokeColor: shape.ink
                 strokeWidth: Math.max(1, shape.s * 0.08)
                 fillColor: "transparent"
                 capStyle: ShapePath.RoundCap

@@ -62,7 +62,8 @@ AbstractButton {
                     visible: root.model.thumbnail !== ""
                     source: root.model.thumbnail
                     fillMode: Image.PreserveAspectCrop
-                    sourceSize: Qt.size(72, 72)
+                    sourceSize.width: 72
+                    sourceSize.height: 72
                     smooth: true
                 }
                 Symbol {
