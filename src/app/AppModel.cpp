@@ -97,7 +97,7 @@ void AppModel::setImporting(bool value) {
     assign(importing_, value, &AppModel::importingChanged);
 }
 
-void AppModel::setPreviewsLoaded(qint64 value) {
+void AppModel::setPreviewsLoaded(int value) {
     assign(previewsLoaded_, value, &AppModel::previewsLoadedChanged);
 }
 
@@ -105,7 +105,7 @@ void AppModel::setExporting(bool value) {
     assign(exporting_, value, &AppModel::exportingChanged);
 }
 
-void AppModel::setCompleted(qint64 value) {
+void AppModel::setCompleted(int value) {
     assign(completed_, value, &AppModel::completedChanged);
 }
 
@@ -137,16 +137,16 @@ void AppModel::updateItem(std::size_t position, const std::function<void(ImageIt
 
 // ---- Derived values ----
 
-qint64 AppModel::pendingCount() const {
-    return std::count_if(items().begin(), items().end(), [](const ImageItem& item) { return item.isPending(); });
+int AppModel::pendingCount() const {
+    return static_cast<int>(std::count_if(items().begin(), items().end(), [](const ImageItem& item) { return item.isPending(); }));
 }
 
-qint64 AppModel::failedCount() const {
-    return std::count_if(items().begin(), items().end(), [](const ImageItem& item) { return item.isFailed(); });
+int AppModel::failedCount() const {
+    return static_cast<int>(std::count_if(items().begin(), items().end(), [](const ImageItem& item) { return item.isFailed(); }));
 }
 
-qint64 AppModel::readyCount() const {
-    return std::count_if(items().begin(), items().end(), [](const ImageItem& item) { return item.isReady(); });
+int AppModel::readyCount() const {
+    return static_cast<int>(std::count_if(items().begin(), items().end(), [](const ImageItem& item) { return item.isReady(); }));
 }
 
 qint64 AppModel::savedBytes() const {
@@ -161,6 +161,10 @@ std::optional<ImageItem> AppModel::current() const {
     if (selected_)
         if (const auto position = items_.position(*selected_)) return items()[*position];
     return items().front();
+}
+
+QString AppModel::savedText() const {
+    return readyCount() >= 1 ? decimalSize(savedBytes()) + QStringLiteral(" lighter") : QString();
 }
 
 QString AppModel::decimalSize(qint64 bytes) { return QString::fromStdString(formatByteCount(bytes)); }
@@ -213,6 +217,23 @@ bool AppModel::canEditRequirements() const { return !busy_ && !exporting_; }
 
 bool AppModel::canAdjustCrop() const { return canEditRequirements() && !importing_ && requirements_.exactCropping(); }
 
+// ---- Batch actions: "Pause" alone while a fit run is busy, otherwise each under its own condition ----
+
+bool AppModel::showsRetry() const { return !busy_ && failedCount() >= 1; }
+
+bool AppModel::showsFit() const { return !busy_ && (pendingCount() > 0 || items().empty()); }
+
+QString AppModel::fitTitle() const {
+    return readyCount() >= 1 ? QStringLiteral("Fit remaining") : QStringLiteral("Make it fit");
+}
+
+bool AppModel::showsSave() const { return !busy_ && readyCount() >= 1; }
+
+QString AppModel::saveTitle() const {
+    if (exporting_) return QStringLiteral("Saving…");
+    return readyCount() == 1 ? QStringLiteral("Save 1 image…") : QStringLiteral("Save %1 images…").arg(readyCount());
+}
+
 // ---- Removing and clearing ----
 
 void AppModel::remove(const QUuid& id) {
@@ -228,6 +249,10 @@ void AppModel::remove(const QUuid& id) {
 }
 
 void AppModel::remove(const QString& id) { remove(QUuid(id)); }
+
+void AppModel::removeCurrent() {
+    if (const auto shown = current()) remove(shown->id);
+}
 
 void AppModel::clear() {
     PARCELO_ASSERT_MAIN_THREAD();

@@ -57,23 +57,19 @@ class AppModel : public QObject {
     /// Folder expansion or thumbnail loading is running.
     Q_PROPERTY(bool importing READ importing NOTIFY importingChanged FINAL)
     /// Thumbnails already there when the pass started plus those finished since.
-    Q_PROPERTY(qint64 previewsLoaded READ previewsLoaded NOTIFY previewsLoadedChanged FINAL)
+    Q_PROPERTY(int previewsLoaded READ previewsLoaded NOTIFY previewsLoadedChanged FINAL)
     /// Fitted copies are being saved.
     Q_PROPERTY(bool exporting READ exporting NOTIFY exportingChanged FINAL)
     /// Progress of the fit run: ready plus failed items.
-    Q_PROPERTY(qint64 completed READ completed NOTIFY completedChanged FINAL)
+    Q_PROPERTY(int completed READ completed NOTIFY completedChanged FINAL)
     /// The message line under the workspace; empty when there is nothing to say.
     Q_PROPERTY(QString message READ messageText NOTIFY messageChanged FINAL)
     /// The preview shows the original instead of the fitted copy.
     Q_PROPERTY(bool previewOriginal READ previewOriginal WRITE setPreviewOriginal NOTIFY previewOriginalChanged FINAL)
     /// Folder into which the last save wrote at least one copy; empty when none.
     Q_PROPERTY(QUrl exportedDirectory READ exportedDirectoryUrl NOTIFY exportedDirectoryChanged FINAL)
-    /// Counts derived from the items.
-    Q_PROPERTY(qint64 pendingCount READ pendingCount NOTIFY itemsChanged FINAL)
-    Q_PROPERTY(qint64 failedCount READ failedCount NOTIFY itemsChanged FINAL)
-    Q_PROPERTY(qint64 readyCount READ readyCount NOTIFY itemsChanged FINAL)
-    /// Bytes saved by the ready copies against their originals.
-    Q_PROPERTY(qint64 savedBytes READ savedBytes NOTIFY itemsChanged FINAL)
+    /// What the ready copies save against their originals ("4.2 MB lighter"); empty when none is ready.
+    Q_PROPERTY(QString savedText READ savedText NOTIFY itemsChanged FINAL)
     /// The selected item, else the first; an empty map when the batch is empty.
     Q_PROPERTY(QVariantMap current READ currentForView NOTIFY currentChanged FINAL)
 
@@ -98,6 +94,17 @@ class AppModel : public QObject {
     /// Opening the crop editor of the current image: exact mode, and no work on the batch.
     Q_PROPERTY(bool canAdjustCrop READ canAdjustCrop NOTIFY gatesChanged FINAL)
 
+    // ---- The batch actions under the list: which show now, and what they say ----
+
+    /// "Retry failed": failed images, and no fit run.
+    Q_PROPERTY(bool showsRetry READ showsRetry NOTIFY gatesChanged FINAL)
+    /// "Make it fit" or "Fit remaining": images waiting (or none at all), and no fit run.
+    Q_PROPERTY(bool showsFit READ showsFit NOTIFY gatesChanged FINAL)
+    Q_PROPERTY(QString fitTitle READ fitTitle NOTIFY gatesChanged FINAL)
+    /// "Save 3 images…", "Saving…" while saving: ready copies, and no fit run.
+    Q_PROPERTY(bool showsSave READ showsSave NOTIFY gatesChanged FINAL)
+    Q_PROPERTY(QString saveTitle READ saveTitle NOTIFY gatesChanged FINAL)
+
 public:
     // Restores recipes and requirements from preferences and makes the working folder.
     explicit AppModel(QSettings* preferences, QObject* parent = nullptr);
@@ -117,9 +124,9 @@ public:
     [[nodiscard]] bool busy() const { return busy_; }
     [[nodiscard]] bool scanning() const { return scanning_; }
     [[nodiscard]] bool importing() const { return importing_; }
-    [[nodiscard]] qint64 previewsLoaded() const { return previewsLoaded_; }
+    [[nodiscard]] int previewsLoaded() const { return previewsLoaded_; }
     [[nodiscard]] bool exporting() const { return exporting_; }
-    [[nodiscard]] qint64 completed() const { return completed_; }
+    [[nodiscard]] int completed() const { return completed_; }
     [[nodiscard]] std::optional<QString> message() const { return message_; }
     [[nodiscard]] QString messageText() const { return message_.value_or(QString()); }
     void setMessage(std::optional<QString> message);
@@ -127,10 +134,11 @@ public:
     void setPreviewOriginal(bool original);
     [[nodiscard]] std::optional<QString> exportedDirectory() const { return exportedDirectory_; }
     [[nodiscard]] QUrl exportedDirectoryUrl() const;
-    [[nodiscard]] qint64 pendingCount() const;
-    [[nodiscard]] qint64 failedCount() const;
-    [[nodiscard]] qint64 readyCount() const;
+    [[nodiscard]] int pendingCount() const;
+    [[nodiscard]] int failedCount() const;
+    [[nodiscard]] int readyCount() const;
     [[nodiscard]] qint64 savedBytes() const;
+    [[nodiscard]] QString savedText() const;
     [[nodiscard]] std::optional<ImageItem> current() const;
     [[nodiscard]] QVariantMap currentForView() const;
     // Makes the image `step` places after the current one current (before it when negative),
@@ -162,6 +170,13 @@ public:
     [[nodiscard]] bool canEditRequirements() const;
     [[nodiscard]] bool canAdjustCrop() const;
 
+    // ---- Batch actions ----
+    [[nodiscard]] bool showsRetry() const;
+    [[nodiscard]] bool showsFit() const;
+    [[nodiscard]] QString fitTitle() const;
+    [[nodiscard]] bool showsSave() const;
+    [[nodiscard]] QString saveTitle() const;
+
     // ---- Operations ----
     Q_INVOKABLE void chooseFiles();
     Q_INVOKABLE void chooseFolders();
@@ -172,6 +187,8 @@ public:
     Q_INVOKABLE void exportTo(const QUrl& folder);
     void remove(const QUuid& id);
     Q_INVOKABLE void remove(const QString& id);
+    // Removes the current image, as Delete does in the list.
+    Q_INVOKABLE void removeCurrent();
     Q_INVOKABLE void clear();
     Q_INVOKABLE void cleanUp();
     void setCrop(const QUuid& id, const CropPosition& position);
@@ -232,9 +249,9 @@ private:
     void setBusy(bool value);
     void setScanning(bool value);
     void setImporting(bool value);
-    void setPreviewsLoaded(qint64 value);
+    void setPreviewsLoaded(int value);
     void setExporting(bool value);
-    void setCompleted(qint64 value);
+    void setCompleted(int value);
     void setExportedDirectory(std::optional<QString> directory);
     void itemsDidChange();
     void updateItem(std::size_t position, const std::function<void(ImageItem&)>& change);
@@ -263,9 +280,9 @@ private:
     bool busy_ = false;
     bool scanning_ = false;
     bool importing_ = false;
-    qint64 previewsLoaded_ = 0;
+    int previewsLoaded_ = 0;
     bool exporting_ = false;
-    qint64 completed_ = 0;
+    int completed_ = 0;
     std::optional<QString> message_;
     bool previewOriginal_ = false;
     std::optional<QString> exportedDirectory_;

@@ -181,7 +181,7 @@ void AppModel::loadThumbnails() {
     for (const auto& item : items())
         if (!item.thumbnail) pass->jobs.push_back({item.id, item.source});
     setImporting(true);
-    setPreviewsLoaded(static_cast<qint64>(items().size() - pass->jobs.size()));
+    setPreviewsLoaded(static_cast<int>(items().size() - pass->jobs.size()));
     importTask_ = pass;
     startThumbnailJob(pass);
 }

@@ -34,7 +34,7 @@ class PreviewLoader : public QObject, public QQmlParserStatus {
     /// Where QML's Image finds the decoded picture; empty while loading or after a failure.
     Q_PROPERTY(QUrl image READ image NOTIFY imageChanged FINAL)
     /// The decoded picture's size in pixels; empty while there is none.
-    Q_PROPERTY(QSize imageSize READ imageSize NOTIFY imageChanged FINAL)
+    Q_PROPERTY(QSizeF imageSize READ imageSize NOTIFY imageChanged FINAL)
     /// A load is in progress.
     Q_PROPERTY(bool loading READ loading NOTIFY loadingChanged FINAL)
     /// The engine's message when the file cannot be shown; empty otherwise.
@@ -49,7 +49,8 @@ public:
     [[nodiscard]] QUrl source() const { return source_; }
     void setSource(const QUrl& source);
     [[nodiscard]] QUrl image() const;
-    [[nodiscard]] QSize imageSize() const { return imageSize_; }
+    // In real numbers, as QML reads sizes.
+    [[nodiscard]] QSizeF imageSize() const { return imageSize_; }
     [[nodiscard]] bool loading() const { return loading_; }
     [[nodiscard]] QString error() const { return error_; }
 
@@ -77,7 +78,7 @@ private:
     void setError(const QString& error);
 
     QUrl source_;
-    QSize imageSize_;
+    QSizeF imageSize_;
     QString key_;
     bool loading_ = false;
     bool complete_ = false;

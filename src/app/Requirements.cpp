@@ -35,6 +35,10 @@ std::optional<qint64> integerValue(const QString& text) {
     return ok ? std::optional(value) : std::nullopt;
 }
 
+int saturated(qint64 value) {
+    return static_cast<int>(std::clamp<qint64>(value, std::numeric_limits<int>::min(), std::numeric_limits<int>::max()));
+}
+
 bool exactSideAllowed(const QString& text) {
     const auto side = integerValue(text);
     return side && *side >= kMinExactSide && *side <= kMaxExactSide;
@@ -106,6 +110,10 @@ void Requirements::setCustomKB(const QString& text) {
     emit customKBChanged();
     edit(targetKB_, integerValue(text).value_or(0), &Requirements::targetKBChanged);
 }
+
+int Requirements::targetKB() const { return saturated(targetKB_); }
+
+int Requirements::maxEdge() const { return saturated(maxEdge_); }
 
 void Requirements::setMaxEdge(qint64 edge) { edit(maxEdge_, edge, &Requirements::maxEdgeChanged); }
 
@@ -218,9 +226,9 @@ QString Requirements::formatNote() const {
     return {};
 }
 
-qint64 Requirements::cropWidth() const { return integerValue(pixelWidth_).value_or(kDefaultExactSide); }
+int Requirements::cropWidth() const { return saturated(integerValue(pixelWidth_).value_or(kDefaultExactSide)); }
 
-qint64 Requirements::cropHeight() const { return integerValue(pixelHeight_).value_or(kDefaultExactSide); }
+int Requirements::cropHeight() const { return saturated(integerValue(pixelHeight_).value_or(kDefaultExactSide)); }
 
 QVariantList Requirements::recipesForView() const { return parcelo::recipesForView(recipes_, fitSettings()); }
 

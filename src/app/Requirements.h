@@ -31,11 +31,11 @@ class Requirements : public QObject {
     QML_UNCREATABLE("AppModel owns the requirements")
 
     /// Size limit per image in kilobytes of 1,000 bytes; setting it also writes customKB.
-    Q_PROPERTY(qint64 targetKB READ targetKB WRITE setTargetKB NOTIFY targetKBChanged FINAL)
+    Q_PROPERTY(int targetKB READ targetKB WRITE setTargetKB NOTIFY targetKBChanged FINAL)
     /// Text of the custom size field; setting it sets targetKB to the integer it stands for, else 0.
     Q_PROPERTY(QString customKB READ customKB WRITE setCustomKB NOTIFY customKBChanged FINAL)
     /// Largest longer edge in size mode; 0 for the original size.
-    Q_PROPERTY(qint64 maxEdge READ maxEdge WRITE setMaxEdge NOTIFY maxEdgeChanged FINAL)
+    Q_PROPERTY(int maxEdge READ maxEdge WRITE setMaxEdge NOTIFY maxEdgeChanged FINAL)
     /// "auto", "jpeg" or "png".
     Q_PROPERTY(QString outputFormat READ outputFormatText WRITE setOutputFormatText NOTIFY outputFormatChanged FINAL)
     /// Exact-dimension mode.
@@ -76,8 +76,8 @@ class Requirements : public QObject {
     Q_PROPERTY(QString formatNote READ formatNote NOTIFY changed FINAL)
     Q_PROPERTY(bool formatNoteWarns READ formatNoteWarns NOTIFY changed FINAL)
     /// The exact size the crop editor frames: each side as typed, 600 for a side that is no integer.
-    Q_PROPERTY(qint64 cropWidth READ cropWidth NOTIFY changed FINAL)
-    Q_PROPERTY(qint64 cropHeight READ cropHeight NOTIFY changed FINAL)
+    Q_PROPERTY(int cropWidth READ cropWidth NOTIFY changed FINAL)
+    Q_PROPERTY(int cropHeight READ cropHeight NOTIFY changed FINAL)
     /// Exact mode with valid sides: each image has a crop to adjust.
     Q_PROPERTY(bool exactCropping READ exactCropping NOTIFY changed FINAL)
     /// The requirements may be saved as a recipe now (a name still has to be given).
@@ -87,11 +87,13 @@ public:
     // Restores the recipes and the last requirements from the preferences store.
     explicit Requirements(QSettings* preferences, QObject* parent = nullptr);
 
-    [[nodiscard]] qint64 targetKB() const { return targetKB_; }
+    // The numbers the views read are ints, the integers Qt 6.4's QML tools know; a typed number
+    // past an int's range reads as its nearest end, as far out of bounds as the text.
+    [[nodiscard]] int targetKB() const;
     void setTargetKB(qint64 kilobytes);
     [[nodiscard]] QString customKB() const { return customKB_; }
     void setCustomKB(const QString& text);
-    [[nodiscard]] qint64 maxEdge() const { return maxEdge_; }
+    [[nodiscard]] int maxEdge() const;
     void setMaxEdge(qint64 edge);
     [[nodiscard]] OutputFormat outputFormat() const { return outputFormat_; }
     void setOutputFormat(OutputFormat format);
@@ -131,8 +133,8 @@ public:
     [[nodiscard]] bool dimensionsNoteWarns() const;
     [[nodiscard]] QString formatNote() const;
     [[nodiscard]] bool formatNoteWarns() const;
-    [[nodiscard]] qint64 cropWidth() const;
-    [[nodiscard]] qint64 cropHeight() const;
+    [[nodiscard]] int cropWidth() const;
+    [[nodiscard]] int cropHeight() const;
     [[nodiscard]] bool canSaveRecipe() const { return editable_ && usable(); }
 
     // Whether the requirements may change the batch now; while not, edits stay in the fields

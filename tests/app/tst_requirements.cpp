@@ -54,7 +54,7 @@ private slots:
         ModelSandbox sandbox;
         AppModel& model = sandbox.model();
         Requirements& requirements = model.requirements();
-        const std::pair<const char*, qint64> typedLimits[] = {{" 1000", 0}, {"+25000", 25'000}, {"25001", 25'001}};
+        const std::pair<const char*, int> typedLimits[] = {{" 1000", 0}, {"+25000", 25'000}, {"25001", 25'001}};
         for (const auto& [text, limit] : typedLimits) {
             requirements.setCustomKB(QString::fromUtf8(text));
             QCOMPARE(requirements.targetKB(), limit);

@@ -254,7 +254,7 @@ private:
     static void checkNothingLost(const AppModel& model, const QString& where) {
         const auto& items = model.items();
         QVERIFY2(items.size() <= 500, qPrintable(where));
-        QCOMPARE(model.pendingCount() + model.readyCount() + model.failedCount(), static_cast<qint64>(items.size()));
+        QCOMPARE(model.pendingCount() + model.readyCount() + model.failedCount(), static_cast<int>(items.size()));
         std::set<std::filesystem::path> sources;
         QSet<QString> outputs;
         for (const ImageItem& item : items) {

@@ -5,8 +5,8 @@ import QtQuick
 import Parcelo.Model
 import Parcelo.Style
 
-// The batch actions: "Pause" alone while a fit run is busy; otherwise retry, fit and save,
-// each under its own condition, side by side when the width allows, else wrapped.
+// The batch actions: "Pause" alone while a fit run is busy; otherwise retry, fit and save, as
+// the model shows them, side by side when the width allows, else wrapped.
 Item {
     id: root
 
@@ -31,7 +31,7 @@ Item {
             id: retryButton
 
             objectName: "retryButton"
-            visible: !AppModel.busy && AppModel.failedCount >= 1
+            visible: AppModel.showsRetry
             enabled: AppModel.canRetry
             text: "Retry failed"
             onClicked: AppModel.fit(true)
@@ -40,19 +40,18 @@ Item {
             id: fitButton
 
             objectName: "fitButton"
-            visible: !AppModel.busy && (AppModel.pendingCount > 0 || AppModel.items.count === 0)
+            visible: AppModel.showsFit
             enabled: AppModel.canFit
-            text: AppModel.readyCount >= 1 ? "Fit remaining" : "Make it fit"
+            text: AppModel.fitTitle
             onClicked: AppModel.fit(false)
         }
         PrimaryButton {
             id: saveButton
 
             objectName: "saveButton"
-            visible: !AppModel.busy && AppModel.readyCount >= 1
+            visible: AppModel.showsSave
             enabled: AppModel.canSave
-            text: AppModel.exporting ? "Saving…"
-                                     : "Save " + AppModel.readyCount + (AppModel.readyCount === 1 ? " image…" : " images…")
+            text: AppModel.saveTitle
             onClicked: AppModel.exportCopies()
         }
         PrimaryButton {

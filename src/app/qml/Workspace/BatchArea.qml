@@ -12,8 +12,10 @@ import Parcelo
 ColumnLayout {
     id: root
 
-    readonly property bool hasCurrent: AppModel.current.id !== undefined
-    readonly property bool currentFitted: hasCurrent && AppModel.current.ready
+    // The current image's roles; empty with no images.
+    readonly property var current: AppModel.current
+    readonly property bool hasCurrent: current.id !== undefined
+    readonly property bool currentFitted: hasCurrent && current.ready
 
     // The user asked to adjust the crop of the current image.
     signal adjustCrop()
@@ -48,8 +50,8 @@ ColumnLayout {
         }
         Text {
             objectName: "savedBytes"
-            visible: AppModel.readyCount >= 1
-            text: AppModel.decimalSize(AppModel.savedBytes) + " lighter"
+            visible: text !== ""
+            text: AppModel.savedText
             color: Theme.verifiedGreen
             font.pixelSize: 10
             font.bold: true

@@ -21,14 +21,15 @@ ListView {
     model: AppModel.items
     ScrollBar.vertical: ScrollBar {}
 
-    // Up and Down move the current image; Delete removes it, when the remove button could.
+    // Up and Down move the current image; Delete removes it, under the remove button's gate
+    // (canRemove), which the model's operation checks.
     activeFocusOnTab: true
     Keys.onUpPressed: AppModel.selectNeighbour(-1)
     Keys.onDownPressed: AppModel.selectNeighbour(1)
-    Keys.onDeletePressed: AppModel.remove(AppModel.current.id)
+    Keys.onDeletePressed: AppModel.removeCurrent()
 
     delegate: ImageRow {
         width: ListView.view.width
-        height: root.rowHeight
+        height: (ListView.view as ImageList).rowHeight
     }
 }

@@ -16,6 +16,8 @@ AbstractButton {
     required property int index
 
     readonly property bool isCurrent: model.id === AppModel.current.id
+    // The pointer is on the remove button, which has no hover help of the row's.
+    property bool removeHovered: false
 
     objectName: "imageRow" + index
     hoverEnabled: true
@@ -29,7 +31,7 @@ AbstractButton {
     Accessible.description: isCurrent ? "Selected" : ""
     Accessible.selectable: true
     Accessible.selected: isCurrent
-    ToolTip.visible: hovered && !removeButton.hovered
+    ToolTip.visible: hovered && !removeHovered
     ToolTip.delay: 800
     // The row shows the state on one line; its hover help has the whole of it, below the path.
     ToolTip.text: model.path + "\n" + model.state
@@ -128,36 +130,12 @@ AbstractButton {
             }
         }
 
-        AbstractButton {
-            id: removeButton
-
+        RemoveButton {
             objectName: "removeButton"
-            Layout.preferredWidth: 24
-            Layout.preferredHeight: 24
             enabled: AppModel.canRemove
-            hoverEnabled: true
             onClicked: AppModel.remove(root.model.id)
-            Accessible.role: Accessible.Button
+            onHoveredChanged: root.removeHovered = hovered
             Accessible.name: "Remove " + root.model.fileName
-
-            contentItem: Item {
-                Symbol {
-                    anchors.centerIn: parent
-                    name: "xmark"
-                    size: 11
-                    color: Theme.muted
-                    opacity: removeButton.enabled ? 1 : Theme.dimmedOpacity
-                }
-            }
-            background: Rectangle {
-                radius: 12
-                color: removeButton.hovered ? Qt.alpha(Theme.ink, 0.06) : "transparent"
-
-                FocusRing {
-                    control: removeButton
-                    controlRadius: 12
-                }
-            }
         }
     }
 }

@@ -56,7 +56,7 @@ ColumnLayout {
             }
             SecondaryButton {
                 objectName: "showInFolderButton"
-                visible: AppModel.exportedDirectory.toString() !== ""
+                visible: String(AppModel.exportedDirectory) !== ""
                 text: "Show in Folder"
                 onClicked: AppModel.openOutside(AppModel.exportedDirectory)
             }

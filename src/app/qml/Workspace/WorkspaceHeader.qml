@@ -50,6 +50,8 @@ RowLayout {
     }
 
     Button {
+        id: clearButton
+
         objectName: "clearButton"
         visible: root.hasBatch
         enabled: AppModel.canRemove
@@ -61,8 +63,8 @@ RowLayout {
         rightPadding: 0
         onClicked: AppModel.clear()
         contentItem: Text {
-            text: parent.text
-            opacity: parent.enabled ? 1 : Theme.dimmedOpacity
+            text: clearButton.text
+            opacity: clearButton.enabled ? 1 : Theme.dimmedOpacity
             color: Theme.muted
             font.pixelSize: 12
             font.weight: Font.Medium
