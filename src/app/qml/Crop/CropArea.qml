@@ -69,7 +69,7 @@ Rectangle {
         y: root.pictureRect.y
         width: root.pictureRect.width
         height: root.pictureRect.height
-        visible: loader.image.toString() !== ""
+        visible: String(loader.image) !== ""
         source: loader.image
         cache: false
         smooth: true

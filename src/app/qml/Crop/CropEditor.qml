@@ -56,7 +56,8 @@ Popup {
         onActivated: root.useCrop()
     }
 
-    contentItem: ColumnLayout {
+    ColumnLayout {
+        anchors.fill: parent
         spacing: 14
 
         RowLayout {

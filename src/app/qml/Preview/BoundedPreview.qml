@@ -12,7 +12,7 @@ Item {
 
     // The file to show.
     property url url
-    readonly property bool loaded: loader.image.toString() !== ""
+    readonly property bool loaded: String(loader.image) !== ""
     readonly property size imageSize: loader.imageSize
     readonly property alias loading: loader.loading
     readonly property alias error: loader.error

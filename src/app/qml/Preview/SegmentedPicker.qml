@@ -4,7 +4,6 @@
 import QtQuick
 import QtQuick.Controls
 import QtQuick.Layouts
-import Parcelo.Style
 
 // A row of segments of which exactly one is chosen, as on the preview stage's comparison bar.
 Rectangle {
@@ -34,36 +33,15 @@ Rectangle {
 
         Repeater {
             model: root.labels
-
-            AbstractButton {
-                id: segment
-
-                required property string modelData
-                required property int index
-                readonly property bool chosen: index === root.currentIndex
-
-                objectName: "segment" + modelData
-                Layout.fillWidth: true
-                Layout.fillHeight: true
-                text: modelData
-                onClicked: root.activated(index)
-                Accessible.role: Accessible.PageTab
-                Accessible.name: modelData
-                Accessible.selected: chosen
-
-                background: Rectangle {
-                    radius: 5
-                    color: segment.chosen ? "white" : "transparent"
-                }
-                contentItem: Text {
-                    text: segment.text
-                    horizontalAlignment: Text.AlignHCenter
-                    verticalAlignment: Text.AlignVCenter
-                    color: segment.chosen ? Theme.ink : "white"
-                    font.pixelSize: 11
-                    font.weight: Font.Medium
-                }
+            // Bound and connected here: a segment is made by a component, out of reach of this
+            // file's ids.
+            onItemAdded: (index, item) => {
+                const segment = item as Segment
+                segment.chosen = Qt.binding(() => index === root.currentIndex)
+                segment.clicked.connect(() => root.activated(index))
             }
+
+            Segment {}
         }
     }
 }
