@@ -141,10 +141,11 @@ ColumnLayout {
 
             Repeater {
                 model: AppModel.requirements.recipes
+                // Connected here: a row is made by a component, out of reach of this file's ids.
+                onItemAdded: (index, item) => (item as RecipeManagerRow).applied.connect(root.dismiss)
 
                 RecipeManagerRow {
-                    width: rows.width
-                    onApplied: root.dismiss()
+                    width: parent.width
                 }
             }
         }
@@ -158,7 +159,7 @@ ColumnLayout {
     }
 
     Shortcut {
-        sequence: StandardKey.Cancel
+        sequence: "Escape"
         onActivated: root.dismiss()
     }
 }

@@ -31,14 +31,17 @@ ColumnLayout {
         font.pixelSize: 10
     }
 
-    Repeater {
-        model: AppModel.requirements.exampleRecipes
+    // One row per recipe, the examples' and the user's alike, checked while its settings are the
+    // current ones. Fills the width of a layout and of a column.
+    Component {
+        id: recipeRow
 
         CheckRow {
             required property var modelData
 
             objectName: "recipeRow " + modelData.name
             Layout.fillWidth: true
+            width: parent ? parent.width : implicitWidth
             text: modelData.name
             checked: modelData.matches
             // Closes first: applying the recipe remakes the rows, this one too.
@@ -48,6 +51,11 @@ ColumnLayout {
                 AppModel.requirements.applyRecipe(id)
             }
         }
+    }
+
+    Repeater {
+        model: AppModel.requirements.exampleRecipes
+        delegate: recipeRow
     }
 
     Rectangle {
@@ -86,20 +94,7 @@ ColumnLayout {
 
             Repeater {
                 model: AppModel.requirements.recipes
-
-                CheckRow {
-                    required property var modelData
-
-                    objectName: "recipeRow " + modelData.name
-                    width: userRows.width
-                    text: modelData.name
-                    checked: modelData.matches
-                    onClicked: {
-                        const id = modelData.id
-                        root.chosen()
-                        AppModel.requirements.applyRecipe(id)
-                    }
-                }
+                delegate: recipeRow
             }
         }
     }

@@ -27,7 +27,9 @@ RowLayout {
         horizontalPadding: 9
         opacity: !enabled ? Theme.disabledOpacity : down ? Theme.pressedOpacity : 1.0
         hoverEnabled: true
-        Accessible.name: label.text
+        // The recipe in force, else what the button offers.
+        text: AppModel.requirements.activeRecipeName !== "" ? AppModel.requirements.activeRecipeName : "Upload recipes"
+        Accessible.name: text
         Accessible.description: toolTip.text
         onClicked: root.showRecipePicker = !root.showRecipePicker
 
@@ -48,11 +50,9 @@ RowLayout {
                 size: 14
             }
             Text {
-                id: label
-
                 objectName: "recipeButtonText"
                 Layout.fillWidth: true
-                text: AppModel.requirements.activeRecipeName !== "" ? AppModel.requirements.activeRecipeName : "Upload recipes"
+                text: recipeButton.text
                 color: Theme.ink
                 font.pixelSize: 12
                 font.weight: Font.Medium
@@ -133,9 +133,9 @@ RowLayout {
             contentItem: Loader {
                 active: manager.visible
                 focus: true
-                sourceComponent: RecipeManagerView {
-                    onDismiss: root.showRecipes = false
-                }
+                sourceComponent: RecipeManagerView {}
+                // Connected here: the view is made by a component, out of reach of this file's ids.
+                onLoaded: (item as RecipeManagerView).dismiss.connect(() => root.showRecipes = false)
             }
         }
     }
