@@ -30,7 +30,7 @@ Dialog {
     }
     // Without a plate of its own, so that the box keeps its rounded corners.
     footer: DialogButtonBox {
-        standardButtons: DialogButtonBox.Ok
+        standardButtons: Dialog.Ok
         background: null
     }
 

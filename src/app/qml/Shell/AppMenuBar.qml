@@ -3,7 +3,6 @@
 
 import QtQuick
 import QtQuick.Controls
-import QtQuick.Layouts
 import Parcelo.Model
 
 // The File and Help menus. Every command is one model operation or one outside address; each
@@ -19,12 +18,18 @@ MenuBar {
     // menu title stays highlighted.
     signal menusClosed()
 
-    function menuClosed() {
-        Qt.callLater(() => {
+    // Once the event that closed a menu is handled, since it may have opened the next one.
+    function menuClosed() { menusSettled.restart() }
+
+    Timer {
+        id: menusSettled
+
+        interval: 0
+        onTriggered: {
             if (fileMenu.opened || helpMenu.opened) return
-            for (let i = 0; i < root.count; ++i) root.itemAt(i).highlighted = false
+            for (let i = 0; i < root.count; ++i) (root.itemAt(i) as MenuBarItem).highlighted = false
             root.menusClosed()
-        })
+        }
     }
 
     AppMenu {
