@@ -9,7 +9,7 @@ ASAN_DIR ?= build-asan
 TSAN_DIR ?= build-tsan
 JOBS ?= $(shell nproc)
 
-.PHONY: deps configure build run test tsan stress bench package fuzz clean
+.PHONY: deps configure build run lint test tsan stress bench package fuzz clean
 
 deps:
 	@bash scripts/install-deps.sh
@@ -23,7 +23,12 @@ build: configure
 run: build
 	./$(BUILD_DIR)/src/app/parcelo
 
-test: build
+# Every QML file of the views and the style kit through qmllint, with the modules' own import
+# paths and the model's declared types; any warning fails.
+lint: build
+	cmake --build $(BUILD_DIR) --target all_qmllint
+
+test: build lint
 	ctest --test-dir $(BUILD_DIR) --output-on-failure -j $(JOBS)
 	@cmake -S . -B $(ASAN_DIR) -DCMAKE_BUILD_TYPE=Debug -DPARCELO_SANITIZE=ON >/dev/null
 	@cmake --build $(ASAN_DIR) -j $(JOBS) --target parcelo_app_model_tests
