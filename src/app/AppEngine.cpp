@@ -95,7 +95,7 @@ FileChooser* FileChooser::create(QQmlEngine* engine, QJSEngine*) {
 
 void prepareEngine(QQmlEngine& engine, AppModel& model) {
     engine.setProperty(kModelProperty, QVariant::fromValue<QObject*>(&model));
-    // The model asks for choosers; the engine's chooser shows the desktop's or asks the views for Qt's.
+    // The model asks for choosers; the engine's chooser shows the desktop's or asks the views for Parcelo's own.
     auto* chooser = new FileChooser(model, &engine);
     QObject::connect(&model, &AppModel::chooseFilesRequested, chooser, [chooser] { chooser->choose(FileChooser::Purpose::AddImages); });
     QObject::connect(&model, &AppModel::chooseFoldersRequested, chooser, [chooser] { chooser->choose(FileChooser::Purpose::AddFolders); });

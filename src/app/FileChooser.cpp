@@ -143,7 +143,7 @@ void FileChooser::choose(Purpose purpose) {
     // One chooser at a time: a second request while the desktop's dialog is open is dropped.
     if (pending_) return;
     if (portalService_.isEmpty() || !QDBusConnection::sessionBus().isConnected()) {
-        emit fallbackRequested(purpose);
+        browse(purpose);
         return;
     }
     askPortal(purpose);
@@ -167,7 +167,7 @@ void FileChooser::askPortal(Purpose purpose) {
         // No portal, or one without a file chooser: Qt's own dialog takes over.
         if (reply.isError() && pending_) {
             stopListening();
-            emit fallbackRequested(purpose);
+            browse(purpose);
         }
     });
 }
@@ -190,10 +190,21 @@ void FileChooser::portalResponded(uint response, const QVariantMap& results) {
         accept(purpose, chosen);
     } else if (response != kResponseCancelled) {
         // A portal dialog that ended without the user's choice leaves the choice to Qt's own dialog.
-        emit fallbackRequested(purpose);
+        browse(purpose);
     }
     emit portalAnswered();
 }
+
+void FileChooser::browse(Purpose purpose) {
+    browsing_ = purpose;
+    browser_.start({.title = title(purpose),
+                    .showsImages = purpose == Purpose::AddImages,
+                    .multiple = purpose != Purpose::SaveFolder,
+                    .saves = purpose == Purpose::SaveFolder});
+    emit fallbackRequested(purpose);
+}
+
+void FileChooser::acceptBrowsed() { accept(browsing_, browser_.chosen()); }
 
 void FileChooser::accept(Purpose purpose, const QList<QUrl>& urls) {
     if (urls.isEmpty()) return;

@@ -15,18 +15,23 @@
 class QJSEngine;
 class QQmlEngine;
 
+#include "FolderBrowser.h"
+
 namespace parcelo {
 
 class AppModel;
 
 // The file and folder choosers the model asks for. The desktop's own chooser answers through the
 // XDG desktop portal (GNOME, KDE, sandboxes) when the session has one; when no portal answers,
-// the view shows Qt's own dialog and hands its choice back here. Either way the choice ends in
+// the view shows Parcelo's own chooser over `browser` and confirms it here. Either way the choice ends in
 // one model operation. Runs on the main thread.
 class FileChooser : public QObject {
     Q_OBJECT
     QML_ELEMENT
     QML_SINGLETON
+
+    // Parcelo's own chooser, shown by the view when no portal answers.
+    Q_PROPERTY(parcelo::FolderBrowser* browser READ browser CONSTANT FINAL)
 
 public:
     // What a chooser is for, and so what it lets the user pick.
@@ -50,15 +55,19 @@ public:
 
     // Shows the chooser: the portal's when one answers, else asks the view for Qt's own.
     Q_INVOKABLE void choose(parcelo::FileChooser::Purpose purpose);
-    // Qt's own dialog was confirmed with these locations.
+    // A chooser was confirmed with these locations.
     Q_INVOKABLE void accept(parcelo::FileChooser::Purpose purpose, const QList<QUrl>& urls);
+    // Parcelo's own chooser was confirmed: what it shows as chosen goes where it was asked for.
+    Q_INVOKABLE void acceptBrowsed();
+
+    [[nodiscard]] FolderBrowser* browser() { return &browser_; }
 
     // The request's options as the portal receives them, for one purpose.
     [[nodiscard]] static QVariantMap portalOptions(Purpose purpose, const QString& token);
     [[nodiscard]] static QString title(Purpose purpose);
 
 signals:
-    // No portal answered: the view shows Qt's own dialog for this purpose.
+    // No portal answered: the view shows Parcelo's own chooser, made ready for this purpose.
     void fallbackRequested(parcelo::FileChooser::Purpose purpose);
     // The desktop's dialog was answered (chosen or cancelled) and the choice handed on.
     void portalAnswered();
@@ -69,6 +78,7 @@ private slots:
 private:
     void askPortal(Purpose purpose);
     void stopListening();
+    void browse(Purpose purpose);
 
     AppModel& model_;
     QString portalService_ = QString::fromLatin1(kPortalService);
@@ -76,6 +86,9 @@ private:
     std::optional<Purpose> pending_;
     QString requestPath_;
     int requests_ = 0;
+    FolderBrowser browser_;
+    // What Parcelo's own chooser was last shown for.
+    Purpose browsing_ = Purpose::AddImages;
 };
 
 }  // namespace parcelo

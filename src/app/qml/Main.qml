@@ -3,13 +3,12 @@
 
 import QtQuick
 import QtQuick.Controls
-import QtQuick.Dialogs
 import Parcelo.Model
 import Parcelo
 import Parcelo.Style as Style
 
-// The one window: its menus, the workspace, Qt's own open and save dialogs for sessions without
-// the desktop's chooser, and the About box. Quit, Ctrl+Q, Ctrl+W and the window's close button
+// The one window: its menus, the workspace, Parcelo's own chooser for sessions without the
+// desktop's, and the About box. Quit, Ctrl+Q, Ctrl+W and the window's close button
 // all close the window, which ends Parcelo and removes its working folder.
 ApplicationWindow {
     id: root
@@ -59,36 +58,11 @@ ApplicationWindow {
         onActivated: root.close()
     }
 
-    FileDialog {
-        id: fileDialog
+    // Parcelo's own chooser, where the desktop offers none.
+    FileChooserDialog {
+        id: chooserDialog
 
-        objectName: "chooseFilesDialog"
-        title: "Choose images or folders"
-        fileMode: FileDialog.OpenFiles
-        // Both cases: Qt's own dialog matches names case-sensitively.
-        nameFilters: ["Images (*.jpg *.jpeg *.jpe *.jfif *.png *.heic *.heif *.tif *.tiff *.bmp *.gif "
-                      + "*.JPG *.JPEG *.JPE *.JFIF *.PNG *.HEIC *.HEIF *.TIF *.TIFF *.BMP *.GIF)"]
-        onAccepted: FileChooser.accept(FileChooser.AddImages, selectedFiles)
-    }
-
-    // Qt's folder dialog highlights the first subfolder by itself, so its selection is not the
-    // user's choice: the folder it shows is, as its button says ("Save here", "Add this folder").
-    FolderDialog {
-        id: folderDialog
-
-        objectName: "addFolderDialog"
-        title: "Choose a folder"
-        acceptLabel: "Add this folder"
-        onAccepted: FileChooser.accept(FileChooser.AddFolders, [currentFolder])
-    }
-
-    FolderDialog {
-        id: saveDialog
-
-        objectName: "exportFolderDialog"
-        title: "Save fitted copies"
-        acceptLabel: "Save here"
-        onAccepted: FileChooser.accept(FileChooser.SaveFolder, [currentFolder])
+        objectName: "chooserDialog"
     }
 
     AboutDialog {
@@ -100,10 +74,8 @@ ApplicationWindow {
     Connections {
         target: FileChooser
 
-        function onFallbackRequested(purpose) {
-            if (purpose === FileChooser.AddImages) fileDialog.open()
-            else if (purpose === FileChooser.AddFolders) folderDialog.open()
-            else saveDialog.open()
+        function onFallbackRequested() {
+            chooserDialog.open()
         }
     }
 }
