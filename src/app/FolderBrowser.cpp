@@ -89,11 +89,11 @@ void FolderBrowser::setProblem(const QString& problem) {
 }
 
 QVariantList FolderBrowser::path() const {
-    // Below the home folder the path starts there, as "Home"; elsewhere at the root.
+    // Below the home folder the path starts there, as "Home"; elsewhere at the root, as "Computer".
     const QString home = QDir::homePath();
     const bool underHome = folder_ == home || folder_.startsWith(home + QLatin1Char('/'));
     QString walked = underHome ? home : QStringLiteral("/");
-    QVariantList crumbs{QVariantMap{{QStringLiteral("name"), underHome ? QStringLiteral("Home") : QStringLiteral("/")},
+    QVariantList crumbs{QVariantMap{{QStringLiteral("name"), underHome ? QStringLiteral("Home") : QStringLiteral("Computer")},
                                     {QStringLiteral("folder"), QUrl::fromLocalFile(walked)}}};
     for (const QString& part : folder_.mid(walked.size()).split(QLatin1Char('/'), Qt::SkipEmptyParts)) {
         walked = QDir(walked).filePath(part);
