@@ -12,6 +12,7 @@
 #include <QQmlEngine>
 #include <QQuickItem>
 #include <QQuickWindow>
+#include <QSignalSpy>
 #include <QTest>
 #include <QtQml/qqmlextensionplugin.h>
 #include <QtQuickTest/quicktest.h>
@@ -86,6 +87,15 @@ public:
     // Lays the window out as its next frame will, so that sizes and places read as drawn.
     void settle() const {
         if (QQuickTest::qIsPolishScheduled(window_)) QVERIFY(QQuickTest::qWaitForPolish(window_));
+    }
+
+    // Gives the window the keyboard, as a click on it would, and waits until it has it: shortcuts
+    // reach only the window that has the keyboard, and a loaded machine may take a while.
+    void activate() const {
+        if (QGuiApplication::focusWindow() == window_) return;
+        QSignalSpy activated(qApp, &QGuiApplication::focusWindowChanged);
+        window_->requestActivate();
+        while (QGuiApplication::focusWindow() != window_) QVERIFY(activated.wait(60'000));
     }
 
     // A left click in the middle of the item, through the window as a mouse would.

@@ -118,7 +118,20 @@ Dialog {
                 placeholderText: "Name of the new folder"
                 selectByMouse: true
                 color: Theme.ink
+                placeholderTextColor: Qt.alpha(Theme.muted, 0.7)
                 Accessible.name: "New folder name"
+                background: Rectangle {
+                    implicitHeight: 30
+                    radius: 6
+                    color: "white"
+                    border.width: 1
+                    border.color: Qt.alpha(Theme.ink, 0.18)
+
+                    FocusRing {
+                        shown: folderName.activeFocus
+                        controlRadius: 6
+                    }
+                }
                 onAccepted: if (root.browser.makeFolder(text)) {
                     root.naming = false
                     entries.forceActiveFocus()

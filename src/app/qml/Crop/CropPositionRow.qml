@@ -63,6 +63,11 @@ RowLayout {
             radius: 9
             color: slider.pressed ? Qt.darker("white", 1.06) : "white"
             border.color: Qt.alpha(Theme.ink, 0.25)
+
+            FocusRing {
+                control: slider
+                controlRadius: 9
+            }
         }
     }
     Text {

@@ -57,6 +57,12 @@ Rectangle {
                     font.weight: Font.Medium
                 }
             }
+            background: Item {
+                FocusRing {
+                    control: cropButton
+                    controlRadius: 4
+                }
+            }
         }
 
         AbstractButton {
@@ -67,14 +73,21 @@ Rectangle {
             hoverEnabled: true
             onClicked: root.inspect()
             Accessible.name: "Inspect export in image viewer"
-            ToolTip.visible: hovered
-            ToolTip.delay: 600
-            ToolTip.text: "Inspect the full-size export in your image viewer"
+            HoverHelp {
+                visible: inspectButton.hovered
+                text: "Inspect the full-size export in your image viewer"
+            }
 
             contentItem: Symbol {
                 name: "arrow.up.right.square"
                 size: 13
                 color: Theme.ink
+            }
+            background: Item {
+                FocusRing {
+                    control: inspectButton
+                    controlRadius: 4
+                }
             }
         }
     }

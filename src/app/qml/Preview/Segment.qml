@@ -24,6 +24,11 @@ AbstractButton {
     background: Rectangle {
         radius: 5
         color: root.chosen ? "white" : "transparent"
+
+        FocusRing {
+            control: root
+            controlRadius: 5
+        }
     }
     contentItem: Text {
         text: root.text

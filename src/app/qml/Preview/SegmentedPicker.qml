@@ -22,9 +22,10 @@ Rectangle {
     Accessible.role: Accessible.PageTabList
 
     HoverHandler { id: hover }
-    ToolTip.visible: hover.hovered && toolTip !== ""
-    ToolTip.delay: 600
-    ToolTip.text: toolTip
+    HoverHelp {
+        visible: hover.hovered && root.toolTip !== ""
+        text: root.toolTip
+    }
 
     RowLayout {
         anchors.fill: parent

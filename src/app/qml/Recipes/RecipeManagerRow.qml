@@ -27,6 +27,8 @@ Rectangle {
         spacing: 6
 
         T.Button {
+            id: applyButton
+
             objectName: "applyRecipe " + root.modelData.name
             Layout.fillWidth: true
             implicitHeight: implicitContentHeight + topPadding + bottomPadding
@@ -45,8 +47,16 @@ Rectangle {
                 font.pixelSize: 12
                 elide: Text.ElideRight
             }
+            background: Item {
+                FocusRing {
+                    control: applyButton
+                    controlRadius: 4
+                }
+            }
         }
         T.Button {
+            id: deleteButton
+
             objectName: "deleteRecipe " + root.modelData.name
             implicitWidth: 24
             implicitHeight: 24
@@ -59,6 +69,12 @@ Rectangle {
                     name: "trash"
                     color: Theme.secondary
                     size: 14
+                }
+            }
+            background: Item {
+                FocusRing {
+                    control: deleteButton
+                    controlRadius: 6
                 }
             }
         }

@@ -66,6 +66,8 @@ ColumnLayout {
         spacing: 8
 
         TextField {
+            id: nameField
+
             objectName: "recipeNameField"
             Layout.fillWidth: true
             text: root.name
@@ -84,7 +86,12 @@ ColumnLayout {
                 radius: 6
                 color: "white"
                 border.width: 1
-                border.color: parent.activeFocus ? Qt.alpha(Theme.violet, 0.6) : Qt.alpha(Theme.ink, 0.18)
+                border.color: Qt.alpha(Theme.ink, 0.18)
+
+                FocusRing {
+                    shown: nameField.activeFocus
+                    controlRadius: 6
+                }
             }
         }
         PopoverButton {

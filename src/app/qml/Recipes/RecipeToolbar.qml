@@ -33,11 +33,10 @@ RowLayout {
         Accessible.description: toolTip.text
         onClicked: root.showRecipePicker = !root.showRecipePicker
 
-        ToolTip {
+        HoverHelp {
             id: toolTip
 
             visible: recipeButton.hovered && !picker.visible
-            delay: 600
             text: AppModel.requirements.activeRecipeName !== "" ? AppModel.requirements.activeRecipeName : "Choose an upload recipe"
         }
 
@@ -71,6 +70,10 @@ RowLayout {
             color: "white"
             border.width: 1
             border.color: Qt.alpha(Theme.ink, 0.08)
+
+            FocusRing {
+                control: recipeButton
+            }
         }
 
         SidebarPopover {
@@ -100,9 +103,11 @@ RowLayout {
         Accessible.description: "Save these settings or manage your recipes"
         onClicked: root.showRecipes = !root.showRecipes
 
-        ToolTip.visible: hovered && !manager.visible
-        ToolTip.delay: 600
-        ToolTip.text: "Save these settings or manage your recipes"
+        HoverHelp {
+            objectName: "plusHelp"
+            visible: plusButton.hovered && !manager.visible
+            text: "Save these settings or manage your recipes"
+        }
 
         contentItem: Item {
             Symbol {
@@ -118,6 +123,10 @@ RowLayout {
             color: "white"
             border.width: 1
             border.color: Qt.alpha(Theme.ink, 0.08)
+
+            FocusRing {
+                control: plusButton
+            }
         }
 
         SidebarPopover {

@@ -32,6 +32,7 @@ Dialog {
     footer: DialogButtonBox {
         standardButtons: Dialog.Ok
         background: null
+        delegate: SecondaryButton {}
     }
 
     ColumnLayout {

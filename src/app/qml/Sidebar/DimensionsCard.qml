@@ -80,6 +80,11 @@ SettingsCard {
         background: Rectangle {
             radius: 6
             color: Theme.inset
+
+            FocusRing {
+                control: edgeButton
+                controlRadius: 6
+            }
         }
 
         SidebarPopover {

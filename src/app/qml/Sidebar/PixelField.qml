@@ -31,6 +31,11 @@ Rectangle {
     border.color: Theme.violet
     Accessible.ignored: true
 
+    FocusRing {
+        shown: field.activeFocus
+        controlRadius: 6
+    }
+
     RowLayout {
         anchors.fill: parent
         anchors.leftMargin: 7
@@ -49,6 +54,7 @@ Rectangle {
             Layout.fillWidth: true
             font.pixelSize: 12
             font.weight: Font.Medium
+            ownsRing: false
             inputMethodHints: Qt.ImhDigitsOnly
             Accessible.name: root.accessibleName
             Accessible.description: root.accessibleDescription

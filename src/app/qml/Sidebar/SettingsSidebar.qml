@@ -82,9 +82,9 @@ Rectangle {
             HoverHandler {
                 id: footerHover
             }
-            ToolTip {
+            HoverHelp {
+                objectName: "footerHelp"
                 visible: footerHover.hovered
-                delay: 600
                 text: "Your images never leave this computer. Parcelo saves new copies and never changes your originals."
             }
 

@@ -46,5 +46,10 @@ T.ItemDelegate {
         radius: 6
         color: root.down ? Qt.alpha(Theme.violet, 0.14)
              : root.hovered ? Qt.alpha(Theme.violet, 0.07) : "transparent"
+
+        FocusRing {
+            control: root
+            controlRadius: 6
+        }
     }
 }

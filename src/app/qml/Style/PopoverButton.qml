@@ -30,6 +30,11 @@ T.Button {
         radius: 6
         color: Theme.inset
         border.width: 1
-        border.color: Qt.alpha(Theme.ink, root.visualFocus ? 0.3 : 0.1)
+        border.color: Qt.alpha(Theme.ink, 0.1)
+
+        FocusRing {
+            control: root
+            controlRadius: 6
+        }
     }
 }

@@ -43,7 +43,7 @@ T.Button {
         radius: 8
         color: root.down ? Qt.alpha(Theme.ink, 0.06) : "white"
         border.width: 1
-        border.color: Qt.alpha(Theme.ink, root.visualFocus ? 0.35 : 0.14)
+        border.color: Qt.alpha(Theme.ink, 0.14)
 
         FocusRing {
             control: root

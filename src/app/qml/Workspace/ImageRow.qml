@@ -21,6 +21,8 @@ AbstractButton {
 
     objectName: "imageRow" + index
     hoverEnabled: true
+    // The list is one stop of Tab, where the arrows and Delete act on the current image.
+    focusPolicy: Qt.NoFocus
     padding: 11
     onClicked: AppModel.selected = model.id
     // The current image stays in sight, also when a fit run moves on to the next one.
@@ -31,18 +33,23 @@ AbstractButton {
     Accessible.description: isCurrent ? "Selected" : ""
     Accessible.selectable: true
     Accessible.selected: isCurrent
-    ToolTip.visible: hovered && !removeHovered
-    ToolTip.delay: 800
+
     // The row shows the state on one line; its hover help has the whole of it, below the path.
-    ToolTip.text: model.path + "\n" + model.state
+    HoverHelp {
+        objectName: "rowHelp"
+        visible: root.hovered && !root.removeHovered
+        delay: 800
+        text: root.model.path + "\n" + root.model.state
+    }
 
     background: Rectangle {
         radius: 12
         color: root.isCurrent ? Qt.alpha(Theme.violet, 0.07) : "white"
 
         FocusRing {
-            control: root
+            shown: root.isCurrent && root.ListView.view.activeFocus
             controlRadius: 12
+            outset: 0
         }
     }
 
@@ -132,6 +139,8 @@ AbstractButton {
 
         RemoveButton {
             objectName: "removeButton"
+            // Delete removes the current image from the keyboard.
+            focusPolicy: Qt.NoFocus
             enabled: AppModel.canRemove
             onClicked: AppModel.remove(root.model.id)
             onHoveredChanged: root.removeHovered = hovered

@@ -26,10 +26,5 @@ AbstractButton {
     background: Rectangle {
         radius: 12
         color: root.hovered ? Qt.alpha(Theme.ink, 0.06) : "transparent"
-
-        FocusRing {
-            control: root
-            controlRadius: 12
-        }
     }
 }

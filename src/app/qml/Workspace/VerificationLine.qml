@@ -37,9 +37,10 @@ Rectangle {
             font.weight: Font.DemiBold
 
             HoverHandler { id: hover }
-            ToolTip.visible: hover.hovered
-            ToolTip.delay: 600
-            ToolTip.text: "File size, pixel dimensions and output format verified"
+            HoverHelp {
+                visible: hover.hovered
+                text: "File size, pixel dimensions and output format verified"
+            }
         }
         Text {
             objectName: "requirementSummary"

@@ -3,6 +3,7 @@
 
 import QtQuick
 import QtQuick.Controls
+import QtQuick.Templates as T
 import QtQuick.Layouts
 import Parcelo.Model
 import Parcelo.Style
@@ -49,18 +50,20 @@ RowLayout {
         onClicked: AppModel.chooseFiles()
     }
 
-    Button {
+    T.Button {
         id: clearButton
 
         objectName: "clearButton"
         visible: root.hasBatch
         enabled: AppModel.canRemove
-        flat: true
         text: "Clear"
         // As wide as its word, so that it ends where the content below ends.
         implicitWidth: implicitContentWidth + leftPadding + rightPadding
+        implicitHeight: implicitContentHeight + topPadding + bottomPadding
         leftPadding: 8
         rightPadding: 0
+        verticalPadding: 6
+        Accessible.name: text
         onClicked: AppModel.clear()
         contentItem: Text {
             text: clearButton.text
@@ -68,6 +71,12 @@ RowLayout {
             color: Theme.muted
             font.pixelSize: 12
             font.weight: Font.Medium
+        }
+        background: Item {
+            FocusRing {
+                control: clearButton
+                controlRadius: 4
+            }
         }
     }
 }
