@@ -1,6 +1,8 @@
 // SPDX-FileCopyrightText: 2026 The Parcelo developers
 // SPDX-License-Identifier: GPL-3.0-or-later
 
+pragma ComponentBehavior: Bound
+
 import QtQuick
 import QtQuick.Controls
 import Parcelo.Model
@@ -29,8 +31,10 @@ ListView {
     Accessible.name: browser.title
 
     delegate: ChooserEntry {
-        width: ListView.view.width
-        keyboardHere: root.activeFocus && index === root.browser.current
+        id: entry
+
+        width: root.width
+        keyboardHere: root.activeFocus && entry.index === root.browser.current
     }
 
     Label {

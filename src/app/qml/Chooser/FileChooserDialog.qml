@@ -76,7 +76,8 @@ Dialog {
         }
     }
 
-    contentItem: RowLayout {
+    RowLayout {
+        anchors.fill: parent
         spacing: 0
 
         // The user's usual folders.

@@ -1,6 +1,8 @@
 // SPDX-FileCopyrightText: 2026 The Parcelo developers
 // SPDX-License-Identifier: GPL-3.0-or-later
 
+pragma ComponentBehavior: Bound
+
 import QtQuick
 import QtQuick.Layouts
 import QtQuick.Templates as T
