@@ -44,7 +44,10 @@ FolderBrowser::FolderBrowser(QObject* parent) : QAbstractListModel(parent), fold
 void FolderBrowser::start(const Mode& mode) {
     mode_ = mode;
     emit modeChanged();
-    read(folder_);
+    // A folder removed since the chooser was last shown gives way to the nearest one above it.
+    QString shown = folder_;
+    while (!QFileInfo(shown).isDir() && !QDir(shown).isRoot()) shown = QFileInfo(shown).path();
+    read(shown);
 }
 
 void FolderBrowser::setFolder(const QUrl& folder) {
@@ -235,10 +238,16 @@ bool FolderBrowser::makeFolder(const QString& name) {
 }
 
 QList<QUrl> FolderBrowser::chosen() const {
+    // A link chosen here stands for what it points to, as the desktop's choosers return it: the
+    // folder scan never follows links, so the link itself would add nothing.
+    const auto target = [](const QString& path) {
+        const QFileInfo info(path);
+        return QUrl::fromLocalFile(info.isSymLink() ? info.canonicalFilePath() : path);
+    };
     QList<QUrl> chosen;
     for (int row = 0; row < static_cast<int>(entries_.size()); ++row)
-        if (entries_[row].selected) chosen.append(QUrl::fromLocalFile(entryPath(row)));
-    if (chosen.isEmpty() && readable_) chosen.append(folder());
+        if (entries_[row].selected) chosen.append(target(entryPath(row)));
+    if (chosen.isEmpty() && readable_) chosen.append(target(folder_));
     return chosen;
 }
 
