@@ -313,11 +313,17 @@ private slots:
         QCOMPARE(offered(), QList<bool>({true, false, false}));
         model.requirements().setExactPixels(false);
 
+        // Two tiny images may be fitted before the key press returns: what the menus offer is
+        // read the moment the run starts.
+        QList<bool> offeredWhileBusy;
+        const auto started = connect(&model, &AppModel::busyChanged, this, [&] {
+            if (model.busy()) offeredWhileBusy = offered();
+        });
         view.activate();
         QTest::keyClick(window, Qt::Key_Return, Qt::ControlModifier);
-        QVERIFY(model.busy());
-        QCOMPARE(offered(), QList<bool>({false, false, false}));
         QVERIFY(runDone(model));
+        disconnect(started);
+        QCOMPARE(offeredWhileBusy, QList<bool>({false, false, false}));
         QCOMPARE(model.readyCount(), 2);
         QCOMPARE(offered(), QList<bool>({true, false, true}));
         model.exportTo(QUrl::fromLocalFile(sandbox.path(u"files"_s)));
