@@ -67,7 +67,7 @@ RowLayout {
             color: removeButton.hovered ? Qt.alpha(Theme.violet, 0.09) : "transparent"
 
             FocusRing {
-                control: removeButton
+                shown: removeButton.visualFocus
                 controlRadius: 9
             }
         }
