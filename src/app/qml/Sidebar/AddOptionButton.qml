@@ -40,7 +40,7 @@ T.Button {
         color: root.hovered ? Qt.alpha(Theme.violet, 0.09) : "transparent"
 
         FocusRing {
-            shown: root.visualFocus
+            control: root
             controlRadius: 4
         }
     }

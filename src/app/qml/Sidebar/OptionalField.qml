@@ -67,7 +67,7 @@ RowLayout {
             color: removeButton.hovered ? Qt.alpha(Theme.violet, 0.09) : "transparent"
 
             FocusRing {
-                shown: removeButton.visualFocus
+                control: removeButton
                 controlRadius: 9
             }
         }
