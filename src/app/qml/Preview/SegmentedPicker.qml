@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 
 import QtQuick
-import QtQuick.Controls
+import Parcelo.Style
 import QtQuick.Layouts
 
 // A row of segments of which exactly one is chosen, as on the preview stage's comparison bar.
