@@ -15,7 +15,7 @@ packages=(
   libgtest-dev libgmock-dev xvfb zlib1g-dev
   # application
   qt6-base-dev qt6-declarative-dev qml6-module-qtquick qml6-module-qtquick-controls
-  qml6-module-qtquick-dialogs qml6-module-qtquick-layouts qml6-module-qtquick-templates
+  qml6-module-qtquick-layouts qml6-module-qtquick-templates
   qml6-module-qtquick-window qml6-module-qtqml-workerscript qml6-module-qtquick-shapes
   qt6-qpa-plugins
   # the type descriptions of QtQml itself (the Qt namespace, Connections, point/size/rect), which
@@ -23,8 +23,6 @@ packages=(
   qml6-module-qtqml qml6-module-qtqml-models
   # the look: Inter, Breeze symbols drawn through Qt's SVG plugins, shadows and gradients
   fonts-inter breeze-icon-theme libqt6svg6 qml6-module-qt5compat-graphicaleffects
-  # Qt's own file and folder dialogs, used where the desktop offers no Qt 6 platform theme
-  qml6-module-qt-labs-folderlistmodel
   # the desktop's file chooser through the XDG desktop portal, tested in a private D-Bus session
   xdg-desktop-portal dbus-daemon
   # desktop integration: validators for the desktop entry and AppStream data, the .deb's dependencies
