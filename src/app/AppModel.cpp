@@ -45,7 +45,7 @@ QString stemOf(const QString& fileName) {
 
 AppModel::AppModel(QSettings* preferences, QObject* parent) : QObject(parent), requirements_(preferences) {
     userInitiated_.setMaxThreadCount(2);
-    utility_.setMaxThreadCount(1);
+    utility_.setMaxThreadCount(kThumbnailDecoders);
     utility_.setThreadPriority(QThread::LowPriority);
     connect(&requirements_, &Requirements::settingsReplaced, this, &AppModel::discardFittedCopies);
     // The gates follow the batch's state and the requirements.

@@ -262,7 +262,8 @@ private:
     void applyExpansion(const ImportSelection& selection);
     void applyExpansionFailure(const std::optional<QString>& error);
     void loadThumbnails();
-    void startThumbnailJob(const std::shared_ptr<ThumbnailPass>& pass);
+    void startThumbnailJobs(const std::shared_ptr<ThumbnailPass>& pass);
+    void applyThumbnails(ThumbnailPass& pass);
     void startFitJob(const std::shared_ptr<FitRun>& run);
     void applyFitResult(std::size_t position, const FitResult& result);
     void finishRun(const std::shared_ptr<FitRun>& run);

@@ -26,13 +26,6 @@ struct ExpansionOutcome {
     std::optional<QString> error;  // absent with no selection: the expansion was cancelled
 };
 
-// What one thumbnail job hands back to the main thread.
-struct ThumbnailOutcome {
-    std::optional<QImage> image;
-    qint64 bytes = 0;
-    std::optional<QString> error;
-};
-
 // A location whose properties cannot be read counts as no directory; links are not followed.
 bool isDirectory(const QUrl& url) {
     if (!url.isLocalFile()) return false;
@@ -183,37 +176,58 @@ void AppModel::loadThumbnails() {
     setImporting(true);
     setPreviewsLoaded(static_cast<int>(items().size() - pass->jobs.size()));
     importTask_ = pass;
-    startThumbnailJob(pass);
+    startThumbnailJobs(pass);
 }
 
-// Runs the pass's next job, or ends the pass when none is left.
-void AppModel::startThumbnailJob(const std::shared_ptr<ThumbnailPass>& pass) {
+// Keeps both decoders busy a few jobs ahead of the list, or ends the pass once every job's
+// outcome is applied.
+void AppModel::startThumbnailJobs(const std::shared_ptr<ThumbnailPass>& pass) {
     if (pass->stop.stop_requested()) return;
-    if (pass->next == pass->jobs.size()) {
+    if (pass->applied == pass->jobs.size()) {
         setImporting(false);
         importTask_.reset();
         return;
     }
-    const ThumbnailPass::Job job = pass->jobs[pass->next++];
-    runInBackground(
-        utility_, this,
-        [source = job.source, stopToken = pass->stop.get_token()] { return makeThumbnail(source, stopToken); },
-        [this, pass, id = job.id](const ThumbnailOutcome& outcome) {
-            if (pass->stop.stop_requested()) return;
-            if (const auto position = items_.position(id)) {
-                if (outcome.image) thumbnails_->insert(uuidText(id), *outcome.image);
-                const bool markFailed = outcome.error && !items()[*position].output && !busy_;
-                updateItem(*position, [&outcome, markFailed](ImageItem& item) {
-                    item.thumbnail = outcome.image;
-                    item.inputBytes = outcome.bytes;
-                    if (!markFailed) return;
-                    item.failed = true;
-                    item.state = *outcome.error;
-                });
-            }
-            setPreviewsLoaded(previewsLoaded_ + 1);
-            startThumbnailJob(pass);
-        });
+    while (pass->running < kThumbnailDecoders && pass->next < pass->jobs.size() &&
+           pass->next - pass->applied < kThumbnailsAhead) {
+        const std::size_t index = pass->next++;
+        ++pass->running;
+        runInBackground(
+            utility_, this,
+            [source = pass->jobs[index].source, stopToken = pass->stop.get_token()] {
+                return makeThumbnail(source, stopToken);
+            },
+            [this, pass, index](const ThumbnailOutcome& outcome) {
+                --pass->running;
+                if (pass->stop.stop_requested()) return;
+                pass->waiting.emplace(index, outcome);
+                applyThumbnails(*pass);
+                startThumbnailJobs(pass);
+            });
+    }
+}
+
+// Applies the outcomes that are next in list order, so thumbnails appear top to bottom and
+// previewsLoaded counts them in order.
+void AppModel::applyThumbnails(ThumbnailPass& pass) {
+    for (auto found = pass.waiting.find(pass.applied); found != pass.waiting.end() && !pass.stop.stop_requested();
+         found = pass.waiting.find(pass.applied)) {
+        const ThumbnailOutcome outcome = std::move(found->second);
+        pass.waiting.erase(found);
+        const QUuid id = pass.jobs[pass.applied++].id;
+        if (const auto position = items_.position(id)) {
+            if (outcome.image) thumbnails_->insert(uuidText(id), *outcome.image);
+            const bool markFailed = outcome.error && !items()[*position].output && !busy_;
+            updateItem(*position, [&outcome, markFailed](ImageItem& item) {
+                item.thumbnail = outcome.image;
+                item.inputBytes = outcome.bytes;
+                if (!markFailed) return;
+                item.failed = true;
+                item.state = *outcome.error;
+            });
+        }
+        setPreviewsLoaded(previewsLoaded_ + 1);
+    }
 }
 
 }  // namespace parcelo

@@ -5,9 +5,12 @@
 
 // The background tasks AppModel holds, shared between its source files.
 
+#include <map>
+#include <optional>
 #include <stop_token>
 #include <vector>
 
+#include <QImage>
 #include <QStringList>
 #include <QThread>
 
@@ -25,7 +28,21 @@ struct AppModel::ScanTask {
     qint64 generation = 0;
 };
 
-// One thumbnail pass: the (id, source) of every item that had no thumbnail when it began.
+// What one thumbnail job hands back to the main thread.
+struct ThumbnailOutcome {
+    std::optional<QImage> image;
+    qint64 bytes = 0;
+    std::optional<QString> error;
+};
+
+inline constexpr int kThumbnailDecoders = 2;
+// How far the started jobs may run ahead of the applied ones: a large photo's slow decode
+// holds the list, while the other decoder goes on with the small ones after it.
+inline constexpr std::size_t kThumbnailsAhead = 8;
+
+// One thumbnail pass: the (id, source) of every item that had no thumbnail when it began. Two
+// jobs decode at once, so that both cores work; outcomes are applied strictly in list order, one
+// that finishes early waiting for those before it.
 struct AppModel::ThumbnailPass {
     struct Job {
         QUuid id;
@@ -33,7 +50,10 @@ struct AppModel::ThumbnailPass {
     };
     std::stop_source stop;
     std::vector<Job> jobs;
-    std::size_t next = 0;
+    std::size_t next = 0;     // the next job to start
+    std::size_t applied = 0;  // jobs whose outcome is applied: always the first ones
+    int running = 0;
+    std::map<std::size_t, ThumbnailOutcome> waiting;  // finished before an earlier job
 };
 
 // One fit run: the positions chosen when it began and the requirements it fits to.

@@ -59,6 +59,41 @@ private slots:
         QCOMPARE(model.savedBytes(), shrunk.inputBytes - shrunk.outputBytes);  // a copy that grew saves nothing
     }
 
+    // Two thumbnails decode at once, yet they land in list order: one that finishes before the
+    // item above it waits, so previewsLoaded always counts the first items of the list. Which
+    // decoder reaches its first check first is up to the threads; the scenario runs until the
+    // lower item's decode is the one let go first.
+    void twoThumbnailsDecodeAtOnceAndLandInListOrder() {
+        bool heldBack = false;
+        for (int attempt = 0; attempt < 40 && !heldBack; ++attempt) {
+            CheckGates gates(2);
+            ModelSandbox sandbox;
+            AppModel& model = sandbox.model();
+            QList<qint64> seen;
+            connect(&model, &AppModel::previewsLoadedChanged, this, [&] { seen.append(model.previewsLoaded()); });
+            model.add(urls(makeImages(sandbox.file(QStringLiteral("pair")), 2)));
+            QVERIFY(gates.reached(1) && gates.reached(2));  // both decoders hold a job
+            const auto watchers = model.findChildren<QFutureWatcherBase*>();
+            QCOMPARE(watchers.size(), 2);
+            // A job's watcher goes once its outcome has been handed to the model.
+            QEventLoop handedOver;
+            for (auto* watcher : watchers) connect(watcher, &QObject::destroyed, &handedOver, &QEventLoop::quit);
+            QTimer::singleShot(std::chrono::minutes(2), &handedOver, &QEventLoop::quit);  // a guard only
+            gates.release(2);
+            handedOver.exec();
+            QCOMPARE(model.findChildren<QFutureWatcherBase*>().size(), 1);
+            const bool upperDone = model.items()[0].thumbnail.has_value();
+            heldBack = !upperDone;
+            QCOMPARE(model.items()[1].thumbnail.has_value(), false);
+            QCOMPARE(model.previewsLoaded(), upperDone ? 1 : 0);
+            gates.release(1);
+            QVERIFY(thumbnailsDone(model));
+            QCOMPARE(seen, (QList<qint64>{0, 1, 2}));
+            QVERIFY(model.items()[1].thumbnail.has_value());
+        }
+        QVERIFY2(heldBack, "the lower item's decode never finished first");
+    }
+
     // New items start ready with the centred crop; the current item is the selected one, else
     // the first, and removing the selected one selects the first.
     void newItemsStartReadyDuplicatesAreRefusedAndRemovingMovesTheSelection() {
