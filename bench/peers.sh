@@ -21,6 +21,7 @@ case $BUILD in /*) ;; *) BUILD=$ROOT/$BUILD ;; esac
 FIT=$BUILD/src/cli/parcelo-fit
 FLOOR=$BUILD/bench/parcelo-floor
 EXPAND=$BUILD/bench/parcelo-expand
+PREVIEW=$BUILD/bench/parcelo-preview
 # The real ImageMagick 6 binary, not a wrapper that would add its own start-up to every call.
 CONVERT=/usr/bin/convert
 [[ -x $CONVERT ]] || CONVERT=$(command -v convert)
@@ -183,7 +184,7 @@ echo "  / copies made; mean of bytes ÷ limit; mean pixels per copy; mean JPEG q
 echo "  of the JPEG copies; images without a copy"
 
 # PARCELO_BENCH_PARTS picks parts of the run (default: all of them).
-PARTS=${PARCELO_BENCH_PARTS:-500 100 folder memory expand}
+PARTS=${PARCELO_BENCH_PARTS:-500 100 folder previews memory many expand}
 wants() { [[ " $PARTS " == *" $1 "* ]]; }
 
 wants 500 && compare_set 500 1920
@@ -249,7 +250,39 @@ both_cores() {  # folder kb edge
 }
 wants folder && folder_run
 
+# The previews of large progressive JPEGs (the list's 400-pixel thumbnails and the preview stage's
+# 1,600 pixels) against vipsthumbnail at the same size: each tool makes every preview in one
+# process, and only the decoded pixels count (vipsthumbnail writes them raw, as .v files).
+previews() {
+    local large=() file edge round
+    for file in "${FILES[@]}"; do
+        [[ $file == *.jpg || $file == *.jpeg ]] || continue
+        [[ $("$IDENTIFY" -ping -format '%[interlace] %[fx:max(w,h)]' "$file") =~ ^JPEG\ ([0-9]+)$ ]] || continue
+        [[ ${BASH_REMATCH[1]} -gt 1600 ]] && large+=("$file")
+    done
+    echo
+    if [[ ! -x $PREVIEW || ${#large[@]} -eq 0 ]]; then
+        echo "Previews: no parcelo-preview or no progressive JPEG over 1,600 px"; return
+    fi
+    echo "Previews of the ${#large[@]} progressive JPEGs over 1,600 px ($(for file in "${large[@]}"; do basename "$file"; done | paste -sd' ')), best of $ROUNDS rounds"
+    mkdir -p "$WORK/thumbs"
+    for edge in 400 1600; do
+        for ((round = 1; round <= ROUNDS; round++)); do
+            timed "$WORK/preview-$edge.time" "$PREVIEW" "$edge" "${large[@]}"
+            timed "$WORK/thumbnail-$edge.time" vipsthumbnail -s "$edge" -o "$WORK/thumbs/%s-$edge.v" "${large[@]}"
+        done
+        local ours theirs
+        mapfile -t ours < <(best "$WORK/preview-$edge.time")
+        mapfile -t theirs < <(best "$WORK/thumbnail-$edge.time")
+        printf '  %4d px: parcelo %s s wall, %s s cpu; vipsthumbnail %s s wall, %s s cpu\n' "$edge" "${ours[@]}" "${theirs[@]}"
+        ratios vipsthumbnail "${ours[@]}" "${theirs[@]}"
+    done
+}
+wants previews && previews
+
 wants memory && bash "$ROOT/bench/memory.sh" "$FIT" "$FLOOR"
+
+wants many && bash "$ROOT/bench/many-files.sh" "$FIT" "${FILES[@]}"
 
 echo
 if wants expand; then
