@@ -26,9 +26,16 @@ using namespace std::chrono_literals;
 
 // How often a wait for the next image wakes to refresh the progress display.
 constexpr auto kProgressInterval = 200ms;
-// Fitted copies waiting for their turn to be saved are held in memory; this many per
-// job keeps every core busy without holding the whole batch.
-constexpr std::size_t kCopiesAheadPerJob = 2;
+// Fitted copies waiting for their turn to be saved are held in memory. Behind one slow image
+// (a 50-megapixel photo among phone snaps) the other workers go on with the images after it, as
+// long as what they have fitted stays within this many bytes; at least two copies per job.
+constexpr std::int64_t kBytesAhead = 64'000'000;
+constexpr std::size_t kLeastCopiesAheadPerJob = 2;
+
+std::size_t copiesAhead(const FitJob& job) {
+    const auto byBytes = static_cast<std::size_t>(kBytesAhead / std::max<std::int64_t>(job.settings.targetBytes, 1));
+    return std::max<std::size_t>(std::max(1u, job.jobs) * kLeastCopiesAheadPerJob, byBytes);
+}
 
 struct Cancelled {};
 using Fitted = std::variant<FitResult, Failure, Cancelled>;
@@ -88,7 +95,7 @@ private:
 };
 
 Pipeline::Pipeline(const FitJob& job, std::stop_token stopToken)
-    : job_(job), stopToken_(std::move(stopToken)), window_(std::max(1u, job.jobs) * kCopiesAheadPerJob),
+    : job_(job), stopToken_(std::move(stopToken)), window_(copiesAhead(job)),
       fitted_(job.sources.size()) {
     const std::size_t workers = std::min<std::size_t>(std::max(1u, job.jobs), job.sources.size());
     shareCoresAmongFits(static_cast<unsigned>(workers));
