@@ -44,7 +44,7 @@ peak() {  # the arguments of parcelo-fit
 echo
 echo "Memory over many files: parcelo-fit --jobs 2 --kb 50 --max-edge 400 over N images in nested folders"
 base=0
-for count in 20 5000; do
+for count in ${PARCELO_MANY_COUNTS:-20 5000}; do
     tree "$WORK/in-$count" "$count"
     mkdir -p "$WORK/out-$count"
     read -r kib seconds <<<"$(peak --jobs 2 --kb 50 --max-edge 400 --out "$WORK/out-$count" "$WORK/in-$count")"
