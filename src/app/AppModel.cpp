@@ -53,6 +53,9 @@ AppModel::AppModel(QSettings* preferences, QObject* parent) : QObject(parent), r
                                &AppModel::importingChanged, &AppModel::itemsChanged})
         connect(this, changed, this, &AppModel::gatesChanged);
     connect(&requirements_, &Requirements::changed, this, &AppModel::gatesChanged);
+    for (const auto changed : {&AppModel::scanningChanged, &AppModel::importingChanged, &AppModel::previewsLoadedChanged,
+                               &AppModel::itemsChanged})
+        connect(this, changed, this, &AppModel::activityChanged);
     connect(this, &AppModel::gatesChanged, this, [this] { requirements_.setEditable(canEditRequirements()); });
     makeWorkingFolder();
 }
@@ -161,6 +164,13 @@ std::optional<ImageItem> AppModel::current() const {
     if (selected_)
         if (const auto position = items_.position(*selected_)) return items()[*position];
     return items().front();
+}
+
+QString AppModel::activity() const {
+    if (scanning_) return QStringLiteral("Finding images in folders… · Clear cancels importing");
+    if (importing_)
+        return QStringLiteral("Loading previews %1/%2 · Clear cancels loading").arg(previewsLoaded_).arg(items().size());
+    return {};
 }
 
 QString AppModel::savedText() const {

@@ -56,6 +56,8 @@ class AppModel : public QObject {
     Q_PROPERTY(bool scanning READ scanning NOTIFY scanningChanged FINAL)
     /// Folder expansion or thumbnail loading is running.
     Q_PROPERTY(bool importing READ importing NOTIFY importingChanged FINAL)
+    /// What is loading and how to cancel it ("Loading previews 3/10 · Clear cancels loading"); empty when nothing is.
+    Q_PROPERTY(QString activity READ activity NOTIFY activityChanged FINAL)
     /// Thumbnails already there when the pass started plus those finished since.
     Q_PROPERTY(int previewsLoaded READ previewsLoaded NOTIFY previewsLoadedChanged FINAL)
     /// Fitted copies are being saved.
@@ -138,6 +140,7 @@ public:
     [[nodiscard]] int failedCount() const;
     [[nodiscard]] int readyCount() const;
     [[nodiscard]] qint64 savedBytes() const;
+    [[nodiscard]] QString activity() const;
     [[nodiscard]] QString savedText() const;
     [[nodiscard]] std::optional<ImageItem> current() const;
     [[nodiscard]] QVariantMap currentForView() const;
@@ -215,6 +218,7 @@ signals:
     void busyChanged();
     void scanningChanged();
     void importingChanged();
+    void activityChanged();
     void previewsLoadedChanged();
     void exportingChanged();
     void completedChanged();

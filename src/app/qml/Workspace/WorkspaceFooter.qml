@@ -13,11 +13,6 @@ ColumnLayout {
     id: root
 
     readonly property bool hasMessage: AppModel.message !== ""
-    readonly property string activity: AppModel.scanning
-        ? "Finding images in folders… · Clear cancels importing"
-        : AppModel.importing
-          ? "Loading previews " + AppModel.previewsLoaded + "/" + AppModel.items.count + " · Clear cancels loading"
-          : ""
 
     spacing: 10
 
@@ -65,9 +60,9 @@ ColumnLayout {
 
     Text {
         objectName: "activityLine"
-        visible: root.activity !== ""
+        visible: AppModel.activity !== ""
         Layout.fillWidth: true
-        text: root.activity
+        text: AppModel.activity
         color: Theme.muted
         font.pixelSize: 11
         elide: Text.ElideRight
