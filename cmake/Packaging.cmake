@@ -4,6 +4,9 @@
 # `make package`: a Debian package of Parcelo. The shared libraries it links come from
 # dpkg-shlibdeps; what it loads at run time without linking (QML modules, the X11 and Wayland
 # platform plugins, the image plugins, the icons and the font) is named here.
+# The package is made from what the build folder holds: packing must not rebuild the programs,
+# since the package test packs while other tests run them.
+set(CMAKE_SKIP_INSTALL_ALL_DEPENDENCY ON)
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_NAME parcelo)
 set(CPACK_PACKAGE_VENDOR Parcelo)
