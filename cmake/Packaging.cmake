@@ -31,7 +31,6 @@ set(PARCELO_RUNTIME_PACKAGES
   qml6-module-qtquick qml6-module-qtquick-controls
   qml6-module-qtquick-layouts qml6-module-qtquick-templates qml6-module-qtquick-window
   qml6-module-qtqml-workerscript qml6-module-qtquick-shapes
-  qml6-module-qt5compat-graphicaleffects
   qt6-qpa-plugins qt6-wayland libqt6svg6 breeze-icon-theme fonts-inter)
 list(JOIN PARCELO_RUNTIME_PACKAGES ", " CPACK_DEBIAN_PACKAGE_DEPENDS)
 include(CPack)

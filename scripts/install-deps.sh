@@ -21,8 +21,8 @@ packages=(
   # the type descriptions of QtQml itself (the Qt namespace, Connections, point/size/rect), which
   # qmllint reads to check the views
   qml6-module-qtqml qml6-module-qtqml-models
-  # the look: Inter, Breeze symbols drawn through Qt's SVG plugins, shadows and gradients
-  fonts-inter breeze-icon-theme libqt6svg6 qml6-module-qt5compat-graphicaleffects
+  # the look: Inter, and Breeze symbols drawn through Qt’s SVG plugins
+  fonts-inter breeze-icon-theme libqt6svg6
   # the desktop's file chooser through the XDG desktop portal, tested in a private D-Bus session
   xdg-desktop-portal dbus-daemon
   # desktop integration: validators for the desktop entry and AppStream data, the .deb's dependencies
