@@ -11,6 +11,7 @@
 #include <string_view>
 
 #include "FitError.h"
+#include "JpegTrial.h"
 #include "SourceImage.h"
 #include "VipsRuntime.h"
 
@@ -152,16 +153,9 @@ void save(const VImage& image, bool png, double quality, const vips::VTarget& ta
                                           ->set("strip", true));
 }
 
-}  // namespace
-
-std::vector<std::uint8_t> encode(const VImage& image, bool png, double quality) {
-    auto data = encodeWithin(image, png, quality, std::numeric_limits<std::int64_t>::max());
-    if (!data) throw FitError(FitError::Case::cannotEncode);
-    return std::move(*data);
-}
-
-std::optional<std::vector<std::uint8_t>> encodeWithin(const VImage& image, bool png, double quality,
-                                                      std::int64_t byteLimit) {
+// libvips' writer, into memory: PNG files, and JPEG files of images still being computed.
+std::optional<std::vector<std::uint8_t>> saveWithin(const VImage& image, bool png, double quality,
+                                                    std::int64_t byteLimit) {
     WrittenBytes written;
     {
         const std::lock_guard lock(writtenBytesLock);
@@ -184,6 +178,42 @@ std::optional<std::vector<std::uint8_t>> encodeWithin(const VImage& image, bool 
     if (!png) return withJfifHeader(std::move(written.bytes));
     writePhys(written.bytes, 1, 0);  // not the source's resolution, which libvips would carry over
     return std::move(written.bytes);
+}
+
+// A JPEG straight from the bitmap's rows in memory (a rendered size already is there).
+std::optional<std::vector<std::uint8_t>> jpegFromMemory(const VImage& image, double quality,
+                                                        std::int64_t byteLimit) {
+    if (image.bands() != 3 || image.format() != VIPS_FORMAT_UCHAR) throw FitError(FitError::Case::cannotEncode);
+    VImage memory;
+    try {
+        memory = image.copy_memory();
+    } catch (const vips::VError&) {
+        clearVipsError();
+        throw FitError(FitError::Case::cannotEncode);
+    }
+    const auto* pixels = static_cast<const std::uint8_t*>(memory.data());
+    const auto stride = static_cast<std::int64_t>(VIPS_IMAGE_SIZEOF_LINE(memory.get_image()));
+    const RgbRows rows{memory.width(), memory.height(), [&](std::int64_t y) { return pixels + y * stride; }};
+    return encodeJpegWithin(rows, {jpegQualitySetting(quality), optimiseCoding(image)}, byteLimit);
+}
+
+}  // namespace
+
+std::vector<std::uint8_t> encode(const VImage& image, bool png, double quality) {
+    auto data = encodeWithin(image, png, quality, std::numeric_limits<std::int64_t>::max());
+    if (!data) throw FitError(FitError::Case::cannotEncode);
+    return std::move(*data);
+}
+
+std::optional<std::vector<std::uint8_t>> encodeWithin(const VImage& image, bool png, double quality,
+                                                      std::int64_t byteLimit) {
+    return png ? saveWithin(image, true, quality, byteLimit) : jpegFromMemory(image, quality, byteLimit);
+}
+
+std::vector<std::uint8_t> encodeWhileRendering(const VImage& image, double quality) {
+    auto data = saveWithin(image, false, quality, std::numeric_limits<std::int64_t>::max());
+    if (!data) throw FitError(FitError::Case::cannotEncode);
+    return std::move(*data);
 }
 
 void stampResolution(std::vector<std::uint8_t>& file, bool png, std::int64_t dpi) {

@@ -104,7 +104,7 @@ bool startsAtFirstQuality(PixelSize size, std::int64_t targetBytes) {
 
 std::optional<Bytes> encodeStreamedAtFirstQuality(const VImage& scaled) {
     try {
-        return encode(renderStreamed(scaled), false, kFirstJpegQuality);
+        return encodeWhileRendering(renderStreamed(scaled), kFirstJpegQuality);
     } catch (const FitError&) {
         return std::nullopt;
     }

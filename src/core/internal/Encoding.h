@@ -30,6 +30,10 @@ std::vector<std::uint8_t> encode(const vips::VImage& image, bool png, double qua
 std::optional<std::vector<std::uint8_t>> encodeWithin(const vips::VImage& image, bool png, double quality,
                                                       std::int64_t byteLimit);
 
+// The JPEG file `encode` makes of an image still being computed (decoded, converted), written by
+// libvips as its pipeline computes it, so that the two overlap and the pixels are never held whole.
+std::vector<std::uint8_t> encodeWhileRendering(const vips::VImage& image, double quality);
+
 // Writes the resolution, in dots per inch, into the header that encode wrote, in place: the
 // file keeps its length, so a copy that fitted still fits.
 void stampResolution(std::vector<std::uint8_t>& file, bool png, std::int64_t dpi);
