@@ -26,9 +26,6 @@ namespace {
 // tables keep a fit of a very large photo within a few hundred megabytes.
 constexpr std::int64_t kLargestOptimisedJpegPixels = 24'000'000;
 
-bool optimiseCoding(const VImage& image) {
-    return static_cast<std::int64_t>(image.width()) * image.height() <= kLargestOptimisedJpegPixels;
-}
 
 // The longest string a deflate back-reference can copy.
 constexpr std::int64_t kLongestDeflateMatch = 258;
@@ -118,6 +115,10 @@ int jpegQualitySetting(double quality) {
     return static_cast<int>(std::clamp(std::lround(quality * 100.0), 1L, 100L));
 }
 
+JpegTrialSettings jpegTrialSettings(geometry::PixelSize size, double quality) {
+    return {jpegQualitySetting(quality), size.width * size.height <= kLargestOptimisedJpegPixels};
+}
+
 namespace {
 
 // Collects what the encoder writes, until it passes the limit. libvips writes from a thread of
@@ -149,7 +150,7 @@ void save(const VImage& image, bool png, double quality, const vips::VTarget& ta
     else
         image.jpegsave_target(target, VImage::option()
                                           ->set("Q", jpegQualitySetting(quality))
-                                          ->set("optimize_coding", optimiseCoding(image))
+                                          ->set("optimize_coding", jpegTrialSettings({image.width(), image.height()}, quality).optimiseCoding)
                                           ->set("strip", true));
 }
 
@@ -194,7 +195,7 @@ std::optional<std::vector<std::uint8_t>> jpegFromMemory(const VImage& image, dou
     const auto* pixels = static_cast<const std::uint8_t*>(memory.data());
     const auto stride = static_cast<std::int64_t>(VIPS_IMAGE_SIZEOF_LINE(memory.get_image()));
     const RgbRows rows{memory.width(), memory.height(), [&](std::int64_t y) { return pixels + y * stride; }};
-    return encodeJpegWithin(rows, {jpegQualitySetting(quality), optimiseCoding(image)}, byteLimit);
+    return encodeJpegWithin(rows, jpegTrialSettings({image.width(), image.height()}, quality), byteLimit);
 }
 
 }  // namespace

@@ -4,6 +4,7 @@
 #include "FitSearch.h"
 
 #include <algorithm>
+#include <limits>
 #include <map>
 #include <vector>
 #include <optional>
@@ -36,11 +37,14 @@ constexpr int kPngSetting = 0;
 constexpr double kTypicalFirstQualityBytesPerPixel = 0.1;
 
 // One rendered size and what its encodings weigh, by encoder setting: each setting is encoded
-// once. Only the last file that fits is kept, as the walk keeps its best.
+// once. Only the last file that fits is kept, as the walk keeps its best. The size is rendered
+// lazily: a PNG, encoded once, as libvips writes it; a JPEG's rows as far as its trials read them.
 class SizeTrial {
 public:
     SizeTrial(VImage image, PixelSize size, bool png, std::int64_t targetBytes)
-        : image_(std::move(image)), size_(size), png_(png), targetBytes_(targetBytes) {}
+        : image_(std::move(image)), size_(size), png_(png), targetBytes_(targetBytes) {
+        if (!png_) rows_.emplace(image_);
+    }
 
     [[nodiscard]] PixelSize size() const { return size_; }
     // What an earlier encode of this very bitmap weighed, when it did not fit.
@@ -50,11 +54,12 @@ public:
     bool fits(double quality) {
         const int setting = png_ ? kPngSetting : jpegQualitySetting(quality);
         if (const auto known = weighed_.find(setting); known != weighed_.end()) {
-            if (known->second && setting != keptSetting_) keep(setting, encode(image_, png_, quality));
+            if (known->second && setting != keptSetting_)
+                keep(setting, encodedWithin(quality, std::numeric_limits<std::int64_t>::max()).value());
             return known->second;
         }
-        // Only whether a file fits matters, so one known too big is left unfinished.
-        auto data = encodeWithin(image_, png_, quality, targetBytes_);
+        // Only whether a file fits matters, so one certain to be too big is left unfinished.
+        auto data = encodedWithin(quality, targetBytes_);
         weighed_[setting] = data.has_value();
         if (data) keep(setting, std::move(*data));
         return data.has_value();
@@ -62,12 +67,18 @@ public:
     Found take() { return {std::move(kept_), size_, keptSetting_}; }
 
 private:
+    std::optional<Bytes> encodedWithin(double quality, std::int64_t byteLimit) {
+        if (png_) return encodeWithin(image_, true, quality, byteLimit);
+        return encodeJpegWithin(rows_->rows(), jpegTrialSettings(size_, quality), byteLimit);
+    }
+
     void keep(int setting, Bytes data) {
         kept_ = std::move(data);
         keptSetting_ = setting;
     }
 
     VImage image_;
+    std::optional<RowsOnDemand> rows_;  // JPEG only
     PixelSize size_;
     bool png_;
     std::int64_t targetBytes_;
@@ -117,7 +128,7 @@ Found searchSizes(const VImage& decoded, std::int64_t targetBytes, bool usePNG, 
         throwIfStopped(stopToken);
         const PixelSize size = ladder[index];
         if (smallestEncodedBytes(size, usePNG, keepAlpha) > targetBytes) continue;
-        SizeTrial trial(renderAtSize(decoded, size, keepAlpha), size, usePNG, targetBytes);
+        SizeTrial trial(renderLazilyAtSize(decoded, size, keepAlpha), size, usePNG, targetBytes);
         if (index == 0 && firstQualityBytes) trial.rememberTooBig(jpegQualitySetting(kFirstJpegQuality));
         if (auto found = tryQualities(trial, usePNG, stopToken)) return std::move(*found);
     }
@@ -126,7 +137,7 @@ Found searchSizes(const VImage& decoded, std::int64_t targetBytes, bool usePNG, 
 
 Found searchExact(const VImage& decoded, PixelSize exact, CropPosition crop, std::int64_t targetBytes, bool usePNG,
                   bool keepAlpha, const std::stop_token& stopToken) {
-    SizeTrial trial(renderCover(decoded, exact, crop, keepAlpha), exact, usePNG, targetBytes);
+    SizeTrial trial(renderCoverLazily(decoded, exact, crop, keepAlpha), exact, usePNG, targetBytes);
     throwIfStopped(stopToken);
     if (auto found = tryQualities(trial, usePNG, stopToken)) return std::move(*found);
     throw FitError(FitError::Case::exactTargetUnreachable);

@@ -3,6 +3,8 @@
 
 #include "Rendering.h"
 
+#include <algorithm>
+#include <cstring>
 #include <vector>
 
 #include "FitError.h"
@@ -15,6 +17,10 @@ using geometry::PixelSize;
 using vips::VImage;
 
 namespace {
+
+// Rows computed at a time: a few rows of blocks, so that a trial stopped early has rendered
+// little past what it read, while each strip still amortises the resampler's overlap.
+constexpr std::int64_t kStripRows = 64;
 
 // Grey sources become three-band sRGB; without kept alpha the image lies on opaque white.
 VImage prepared(const VImage& decoded, bool keepAlpha) {
@@ -44,7 +50,7 @@ VImage resampled(const VImage& image, PixelSize size) {
 }
 
 template <typename Render>
-VImage rendered(Render&& render) {
+auto rendered(Render&& render) {
     try {
         return render();
     } catch (const vips::VError&) {
@@ -55,26 +61,62 @@ VImage rendered(Render&& render) {
 
 }  // namespace
 
+VImage renderLazilyAtSize(const VImage& decoded, PixelSize size, bool keepAlpha) {
+    return rendered([&] { return resampled(prepared(decoded, keepAlpha), size); });
+}
+
 VImage renderAtSize(const VImage& decoded, PixelSize size, bool keepAlpha) {
-    return rendered([&] {
-        const VImage image = resampled(prepared(decoded, keepAlpha), size);
-        // The decoded bitmap itself needs no second copy when it is already what gets encoded.
-        return image.get_image() == decoded.get_image() ? image : image.copy_memory();
-    });
+    const VImage image = renderLazilyAtSize(decoded, size, keepAlpha);
+    // The decoded bitmap itself needs no second copy when it is already what gets encoded.
+    return image.get_image() == decoded.get_image() ? image : rendered([&] { return image.copy_memory(); });
 }
 
 VImage renderStreamed(const VImage& scaled) {
     return rendered([&] { return prepared(scaled, false); });
 }
 
-VImage renderCover(const VImage& decoded, PixelSize exact, CropPosition crop, bool keepAlpha) {
+VImage renderCoverLazily(const VImage& decoded, PixelSize exact, CropPosition crop, bool keepAlpha) {
     return rendered([&] {
         const auto placement = geometry::coverPlacement({decoded.width(), decoded.height()}, exact, crop);
         const VImage scaled = resampled(prepared(decoded, keepAlpha), placement.scaled);
-        return scaled
-            .extract_area(static_cast<int>(placement.left), static_cast<int>(placement.top),
-                          static_cast<int>(exact.width), static_cast<int>(exact.height))
-            .copy_memory();
+        return scaled.extract_area(static_cast<int>(placement.left), static_cast<int>(placement.top),
+                                   static_cast<int>(exact.width), static_cast<int>(exact.height));
+    });
+}
+
+VImage renderCover(const VImage& decoded, PixelSize exact, CropPosition crop, bool keepAlpha) {
+    const VImage image = renderCoverLazily(decoded, exact, crop, keepAlpha);
+    return rendered([&] { return image.copy_memory(); });
+}
+
+RowsOnDemand::RowsOnDemand(VImage image) : image_(std::move(image)), stride_(std::int64_t{image_.width()} * 3) {
+    if (image_.bands() != 3 || image_.format() != VIPS_FORMAT_UCHAR) throw FitError(FitError::Case::cannotEncode);
+    if (image_.get_image()->data != nullptr) {  // already in memory: the decoded bitmap itself
+        first_ = image_.get_image()->data;
+        rendered_ = image_.height();
+        return;
+    }
+    pixels_ = std::make_unique_for_overwrite<std::uint8_t[]>(static_cast<std::size_t>(stride_ * image_.height()));
+    first_ = pixels_.get();
+}
+
+RgbRows RowsOnDemand::rows() {
+    return {image_.width(), image_.height(), [this](std::int64_t y) { return row(y); }};
+}
+
+const std::uint8_t* RowsOnDemand::row(std::int64_t y) {
+    while (rendered_ <= y) renderStrip();
+    return first_ + y * stride_;
+}
+
+void RowsOnDemand::renderStrip() {
+    rendered([&] {
+        if (!region_) region_ = vips::VRegion::new_from_image(image_);
+        const std::int64_t count = std::min(kStripRows, std::int64_t{image_.height()} - rendered_);
+        region_->prepare(0, static_cast<int>(rendered_), image_.width(), static_cast<int>(count));
+        for (std::int64_t y = rendered_; y < rendered_ + count; ++y)
+            std::memcpy(pixels_.get() + y * stride_, region_->addr(0, static_cast<int>(y)), static_cast<std::size_t>(stride_));
+        rendered_ += count;
     });
 }
 

@@ -11,12 +11,16 @@
 #include <vips/vips8>
 
 #include "FitGeometry.h"
+#include "JpegTrial.h"
 
 // Turning rendered bitmaps into files, and telling whether a bitmap has transparency.
 namespace parcelo::detail {
 
 // The JPEG encoder's 1–100 setting for a quality on the 0–1 scale; monotone.
 int jpegQualitySetting(double quality);
+
+// How a JPEG of this many pixels is encoded at this quality.
+JpegTrialSettings jpegTrialSettings(geometry::PixelSize size, double quality);
 
 // Encodes the bitmap as one PNG or JPEG file with no metadata of the source (no EXIF, GPS,
 // XMP, IPTC or profile: the pixels are already sRGB and upright). A JPEG starts with a standard
