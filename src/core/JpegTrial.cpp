@@ -18,6 +18,10 @@
 
 #include "FitError.h"
 
+// libjpeg's own Huffman table builder, which its statistics pass uses; exported by the library
+// but declared only in a header it keeps to itself.
+extern "C" void jpeg_gen_optimal_table(j_compress_ptr cinfo, JHUFF_TBL* htbl, long freq[]);
+
 namespace parcelo::detail {
 
 namespace {
@@ -36,13 +40,16 @@ constexpr std::size_t kOutputChunk = 64 * 1024;
 constexpr std::int64_t kFixedMarkerBytes = 2 + 2 + 18 + 2 * 69 + 19 + 14;
 constexpr std::int64_t kHuffmanTableBytes = 21;
 
-// What the blocks seen so far cost at the very least. Baseline JPEG codes each block as a DC
-// symbol (the bit length of its difference to the component's previous DC) and AC run/size
-// symbols, each followed by that many magnitude bits. However the encoder then picks its
-// Huffman tables, no prefix code spends fewer bits on a histogram than the unrestricted optimal
-// one, and that cost only grows as counts grow: so the sum is a lower bound of the final file
-// at every moment of the first pass.
-class LeastSize {
+// The first pass's statistics: how often each Huffman symbol occurs, counted exactly as
+// libjpeg's own statistics step counts them, so that the tables made from them are libjpeg's.
+// Baseline JPEG codes each block as a DC symbol (the bit length of its difference to the
+// component's previous DC) and AC run/size symbols, each followed by that many magnitude bits.
+//
+// They also tell what the blocks seen so far cost at the very least. However the tables are
+// then made, no prefix code spends fewer bits on a histogram than the unrestricted optimal one,
+// and that cost only grows as counts grow: so the sum is a lower bound of the final file at
+// every moment of the first pass.
+class SymbolCounts {
 public:
     void add(j_compress_ptr info, JBLOCKROW* blocks) {
         for (int block = 0; block < info->blocks_in_MCU; ++block) {
@@ -52,18 +59,34 @@ public:
         }
     }
 
-    [[nodiscard]] std::int64_t bytes() const {
+    // libjpeg's tables for the counts, for each table the scan uses.
+    void makeTables(j_compress_ptr info) const {
+        for (int component = 0; component < info->comps_in_scan; ++component) {
+            const jpeg_component_info* details = info->cur_comp_info[component];
+            makeTable(info, info->dc_huff_tbl_ptrs[details->dc_tbl_no], symbols_[details->dc_tbl_no]);
+            makeTable(info, info->ac_huff_tbl_ptrs[details->ac_tbl_no], symbols_[2 + details->ac_tbl_no]);
+        }
+    }
+
+    [[nodiscard]] std::int64_t leastBytes() const {
         std::uint64_t bits = magnitudeBits_;
         std::int64_t tableBytes = 0;
         for (const Histogram& histogram : symbols_) {
             bits += optimalCodeBits(histogram);
-            tableBytes += kHuffmanTableBytes + std::ranges::count_if(histogram, [](auto count) { return count > 0; });
+            tableBytes += kHuffmanTableBytes + std::ranges::count_if(histogram, [](long count) { return count > 0; });
         }
         return kFixedMarkerBytes + tableBytes + static_cast<std::int64_t>((bits + 7) / 8);
     }
 
 private:
-    using Histogram = std::array<std::uint64_t, 256>;
+    // One more than the symbols: libjpeg's table builder reserves the last count for itself.
+    using Histogram = std::array<long, 257>;
+
+    static void makeTable(j_compress_ptr info, JHUFF_TBL*& table, const Histogram& histogram) {
+        if (table == nullptr) table = jpeg_alloc_huff_table(reinterpret_cast<j_common_ptr>(info));
+        Histogram counts = histogram;  // the builder clobbers what it is given
+        jpeg_gen_optimal_table(info, table, counts.data());
+    }
 
     static int bitLength(int value) { return std::bit_width(static_cast<unsigned>(std::abs(value))); }
 
@@ -72,20 +95,21 @@ private:
         lastDc = block[0];
         ++dc[static_cast<std::size_t>(dcBits)];
         magnitudeBits_ += static_cast<std::uint64_t>(dcBits);
-        int run = 0;
-        for (int index = 1; index < DCTSIZE2; ++index) {
-            const int value = block[jpeg_natural_order[index]];
-            if (value == 0) {
-                ++run;
-                continue;
-            }
+        // The non-zero coefficients in zig-zag order, one bit each, walked from one to the next.
+        std::uint64_t nonZero = 0;
+        for (int index = 1; index < DCTSIZE2; ++index)
+            nonZero |= std::uint64_t{block[jpeg_natural_order[index]] != 0} << index;
+        int previous = 0;
+        for (; nonZero != 0; nonZero &= nonZero - 1) {
+            const int index = std::countr_zero(nonZero);
+            int run = index - previous - 1;
+            previous = index;
             for (; run > 15; run -= 16) ++ac[0xF0];  // sixteen zeros
-            const int acBits = bitLength(value);
+            const int acBits = bitLength(block[jpeg_natural_order[index]]);
             ++ac[static_cast<std::size_t>((run << 4) + acBits)];
             magnitudeBits_ += static_cast<std::uint64_t>(acBits);
-            run = 0;
         }
-        if (run > 0) ++ac[0];  // end of block
+        if (previous < DCTSIZE2 - 1) ++ac[0];  // end of block
     }
 
     // The cost of a Huffman code built for these counts: the sum of every merged weight. A JPEG
@@ -93,8 +117,8 @@ private:
     static std::uint64_t optimalCodeBits(const Histogram& histogram) {
         std::array<std::uint64_t, 256> leaves{};
         std::size_t leafCount = 0;
-        for (const std::uint64_t count : histogram)
-            if (count > 0) leaves[leafCount++] = count;
+        for (std::size_t symbol = 0; symbol < 256; ++symbol)
+            if (histogram[symbol] > 0) leaves[leafCount++] = static_cast<std::uint64_t>(histogram[symbol]);
         if (leafCount == 1) return leaves[0];
         std::sort(leaves.begin(), leaves.begin() + static_cast<std::ptrdiff_t>(leafCount));
         // Merged weights come out in rising order, so two sorted queues replace a heap.
@@ -168,20 +192,23 @@ struct Trial {
         restartBuffer();
     }
 
-    // The first pass's own statistics step, with the least size checked after each row of blocks.
-    static boolean gatherAndBound(j_compress_ptr compress, JBLOCKROW* blocks) {
+    // The first pass's statistics step, in place of libjpeg's, with the least size checked after
+    // each row of blocks.
+    static boolean gather(j_compress_ptr compress, JBLOCKROW* blocks) {
         Trial& trial = of(compress);
-        trial.least.add(compress, blocks);
-        const boolean gathered = trial.gather(compress, blocks);
-        if (++trial.blocksInRow < compress->MCUs_per_row) return gathered;
+        trial.counts.add(compress, blocks);
+        if (++trial.blocksInRow < compress->MCUs_per_row) return TRUE;
         trial.blocksInRow = 0;
         ++trial.rowsSeen;
-        trial.leastBytes = trial.least.bytes();
+        trial.leastBytes = trial.counts.leastBytes();
         if (trial.leastBytes > trial.limit) stop(reinterpret_cast<j_common_ptr>(compress), Stop::tooBig);
         if (trial.measureOnly && trial.rowsSeen == compress->MCU_rows_in_scan)
             stop(reinterpret_cast<j_common_ptr>(compress), Stop::measured);
-        return gathered;
+        return TRUE;
     }
+
+    // The end of the statistics pass: libjpeg's tables, made from the counts.
+    static void makeTables(j_compress_ptr compress) { of(compress).counts.makeTables(compress); }
 
     jpeg_compress_struct info{};
     jpeg_error_mgr errors{};
@@ -192,8 +219,7 @@ struct Trial {
     bool measureOnly;
     std::array<JOCTET, kOutputChunk> buffer{};
     Bytes file;
-    LeastSize least;
-    boolean (*gather)(j_compress_ptr, JBLOCKROW*) = nullptr;
+    SymbolCounts counts;
     JDIMENSION blocksInRow = 0;
     JDIMENSION rowsSeen = 0;
     std::int64_t leastBytes = 0;
@@ -223,11 +249,11 @@ bool compress(Trial& trial, const RgbRows& rows, JpegTrialSettings settings) {
     trial.info.dest = &trial.destination;
     configure(trial.info, rows, settings);
     jpeg_start_compress(&trial.info, TRUE);
-    // The first pass of optimised coding only gathers statistics; the pass that writes the file
-    // installs its own step, so only the first is watched.
+    // The first pass of optimised coding only counts symbols and makes the tables from them; the
+    // pass that writes the file installs its own steps, so only the first is replaced.
     if (trial.info.optimize_coding) {
-        trial.gather = trial.info.entropy->encode_mcu;
-        trial.info.entropy->encode_mcu = Trial::gatherAndBound;
+        trial.info.entropy->encode_mcu = Trial::gather;
+        trial.info.entropy->finish_pass = Trial::makeTables;
     }
     std::array<JSAMPROW, kRowsPerWrite> batch{};
     while (trial.info.next_scanline < trial.info.image_height) {
