@@ -9,6 +9,7 @@
 #include <csetjmp>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <memory>
 #include <new>
 
@@ -95,10 +96,23 @@ private:
         lastDc = block[0];
         ++dc[static_cast<std::size_t>(dcBits)];
         magnitudeBits_ += static_cast<std::uint64_t>(dcBits);
-        // The non-zero coefficients in zig-zag order, one bit each, walked from one to the next.
+        // The non-zero AC coefficients in zig-zag order, one bit each, walked from one to the next.
+        // Most are zero, so the block is looked at four coefficients at a time.
+        static const std::array<std::uint8_t, DCTSIZE2> zigZagIndex = [] {
+            std::array<std::uint8_t, DCTSIZE2> index{};
+            for (int zigZag = 0; zigZag < DCTSIZE2; ++zigZag)
+                index[static_cast<std::size_t>(jpeg_natural_order[zigZag])] = static_cast<std::uint8_t>(zigZag);
+            return index;
+        }();
         std::uint64_t nonZero = 0;
-        for (int index = 1; index < DCTSIZE2; ++index)
-            nonZero |= std::uint64_t{block[jpeg_natural_order[index]] != 0} << index;
+        for (int first = 0; first < DCTSIZE2; first += 4) {
+            std::uint64_t four = 0;
+            std::memcpy(&four, block + first, sizeof four);
+            if (four == 0) continue;
+            for (int natural = first; natural < first + 4; ++natural)
+                if (block[natural] != 0) nonZero |= std::uint64_t{1} << zigZagIndex[static_cast<std::size_t>(natural)];
+        }
+        nonZero &= ~std::uint64_t{1};  // the DC coefficient is coded above
         int previous = 0;
         for (; nonZero != 0; nonZero &= nonZero - 1) {
             const int index = std::countr_zero(nonZero);
