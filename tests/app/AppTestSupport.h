@@ -3,15 +3,16 @@
 
 #pragma once
 
-#include <atomic>
 #include <chrono>
+#include <condition_variable>
 #include <functional>
+#include <map>
 #include <memory>
+#include <mutex>
 #include <optional>
-#include <semaphore>
-#include <vector>
 
 #include <QDeadlineTimer>
+#include <QDesktopServices>
 #include <QDir>
 #include <QFile>
 #include <QSettings>
@@ -56,37 +57,87 @@ bool waitUntil(const AppModel& model, Signal signal, const std::function<bool()>
     return true;
 }
 
-// Holds background work at the engine's cancellation checks: the n-th check to come (counted
-// from when the gates are made, on any thread) waits at gate n until the test lets it go on;
-// later checks pass. Make the gates before the model, so that they outlive every job.
+// Holds background work at the engine's cancellation checks, on whichever thread it comes: a check
+// the test set a gate at waits there until the test lets it go on; other checks pass. `arrived`
+// runs on the thread of work that stops at a gate. Make the gates before the model, so that they
+// outlive every job.
 class CheckGates {
 public:
-    explicit CheckGates(int count) : gates_(static_cast<std::size_t>(count)) {}
+    explicit CheckGates(std::function<void()> arrived = {}) : arrived_(std::move(arrived)) {}
 
-    // Waits until work stands at gate n (from 1); false when none came within the guard time.
-    bool reached(int n) { return gates_.at(static_cast<std::size_t>(n - 1)).arrived.try_acquire_for(kGuard); }
-    void release(int n) { gates_.at(static_cast<std::size_t>(n - 1)).go.release(); }
+    // Sets a gate at the n-th check from now; the gate's number.
+    long holdAt(int n) {
+        const std::lock_guard lock(mutex_);
+        gates_[checks_ + n] = false;
+        return checks_ + n;
+    }
+    // Waits until work stands at the gate; false when none came within the guard time.
+    bool reached(long gate) {
+        std::unique_lock lock(mutex_);
+        return changed_.wait_for(lock, kGuard, [&] { return gates_.contains(gate) && gates_[gate]; });
+    }
+    // Lets work at the gate go on, or takes the gate away before work reaches it.
+    void release(long gate) { open([gate](long n) { return n == gate; }); }
+    void releaseAll() { open([](long) { return true; }); }
+    [[nodiscard]] bool holding() const {
+        const std::lock_guard lock(mutex_);
+        return std::ranges::any_of(gates_, [](const auto& gate) { return gate.second; });
+    }
     // How many checks have come since the gates were made.
-    [[nodiscard]] int checks() const { return checks_.load(); }
+    [[nodiscard]] long checks() const {
+        const std::lock_guard lock(mutex_);
+        return checks_;
+    }
 
 private:
-    struct Gate {
-        std::binary_semaphore arrived{0};
-        std::binary_semaphore go{0};
-    };
     // Guards a test that failed while work was held: the work goes on in the end.
     static constexpr std::chrono::minutes kGuard{2};
 
+    void open(const std::function<bool(long)>& which) {
+        const std::lock_guard lock(mutex_);
+        std::erase_if(gates_, [&](const auto& gate) { return which(gate.first); });
+        changed_.notify_all();
+    }
     void hold() {
-        const auto n = static_cast<std::size_t>(checks_.fetch_add(1));
-        if (n >= gates_.size()) return;
-        gates_[n].arrived.release();
-        [[maybe_unused]] const bool released = gates_[n].go.try_acquire_for(kGuard);
+        std::unique_lock lock(mutex_);
+        const long n = ++checks_;
+        if (!gates_.contains(n)) return;
+        gates_[n] = true;
+        changed_.notify_all();
+        if (arrived_) arrived_();
+        changed_.wait_for(lock, kGuard, [&] { return !gates_.contains(n); });
     }
 
-    std::vector<Gate> gates_;
-    std::atomic<int> checks_{0};
+    mutable std::mutex mutex_;
+    std::condition_variable changed_;
+    std::map<long, bool> gates_;  // by the number of the check each holds: whether work stands there
+    long checks_ = 0;
+    std::function<void()> arrived_;
     CancellationCheckHook hook_{[this] { hold(); }};  // last: gone before the gates are
+};
+
+// Stands in for the desktop's handlers of the schemes (browser, mail, image viewer) while it
+// lives, and keeps every address it is asked to open.
+class OpenedUrls : public QObject {
+    Q_OBJECT
+
+public:
+    explicit OpenedUrls(const QStringList& schemes) : schemes_(schemes) {
+        for (const QString& scheme : schemes_) QDesktopServices::setUrlHandler(scheme, this, "open");
+    }
+    ~OpenedUrls() override {
+        for (const QString& scheme : schemes_) QDesktopServices::unsetUrlHandler(scheme);
+    }
+    OpenedUrls(const OpenedUrls&) = delete;
+    OpenedUrls& operator=(const OpenedUrls&) = delete;
+
+    QList<QUrl> urls;
+
+public slots:
+    void open(const QUrl& url) { urls.append(url); }
+
+private:
+    QStringList schemes_;
 };
 
 // A real model over a private preferences file and a private temporary directory, so

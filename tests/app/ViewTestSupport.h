@@ -30,7 +30,8 @@ namespace parcelo::test {
 // One of Parcelo's views loaded over a real model, shown offscreen, for a test to drive as a user
 // would: find controls by objectName, click them, type into them, and photograph the window.
 // A view whose root is an item is placed in a window of its own implicit size (or `size`).
-// Every warning printed while the harness lives, from QML, Qt or a library, is an error of the view.
+// Every warning printed while the harness lives, from QML, Qt or a library, is an error of the view
+// and fails the test.
 class ViewHarness {
 public:
     explicit ViewHarness(AppModel& model, const QString& qmlFile = QStringLiteral("Main.qml"), QSize size = {}) {
@@ -45,13 +46,17 @@ public:
         create(component, size);
     }
 
+    // Fails the test that drove the view when anything was printed while it lived.
     ~ViewHarness() {
         // The loaded view goes before the window that holds it, and both before the engine.
         object_.reset();
         ownedWindow_.reset();
-        const QMutexLocker lock(&mutex_);
-        qInstallMessageHandler(previous_);
-        active_ = nullptr;
+        {
+            const QMutexLocker lock(&mutex_);
+            qInstallMessageHandler(previous_);
+            active_ = nullptr;
+        }
+        if (!QTest::currentTestFailed()) QVERIFY2(errors_.isEmpty(), qPrintable(errors_.join(QLatin1Char('\n'))));
     }
     ViewHarness(const ViewHarness&) = delete;
     ViewHarness& operator=(const ViewHarness&) = delete;

@@ -66,7 +66,8 @@ private slots:
     void twoThumbnailsDecodeAtOnceAndLandInListOrder() {
         bool heldBack = false;
         for (int attempt = 0; attempt < 40 && !heldBack; ++attempt) {
-            CheckGates gates(2);
+            CheckGates gates;
+            for (int n : {1, 2}) gates.holdAt(n);
             ModelSandbox sandbox;
             AppModel& model = sandbox.model();
             QList<qint64> seen;
@@ -183,22 +184,22 @@ private slots:
     }
 
     void anUnreadableFileKeepsItsStateWhileARunHandlesIt() {
-        std::optional<CheckGates> gates;
+        CheckGates gates;
         ModelSandbox sandbox;
         AppModel& model = sandbox.model();
         QVERIFY(!addPhoto(sandbox).isEmpty());
         const QString broken = sandbox.file(QStringLiteral("broken.jpg"));
         writeText(broken, "nothing");
-        gates.emplace(2);  // 1: the broken file's thumbnail; 2: the fit of the photo, first in the run
+        const long thumbnail = gates.holdAt(1), fit = gates.holdAt(2);  // the fit of the photo, first in the run
         model.add(urls({broken}));
-        QVERIFY(gates->reached(1));
+        QVERIFY(gates.reached(thumbnail));
         model.fit(false);
-        QVERIFY(gates->reached(2));
-        gates->release(1);
+        QVERIFY(gates.reached(fit));
+        gates.release(thumbnail);
         QVERIFY(thumbnailsDone(model));
         QVERIFY(model.busy());  // the thumbnail's failure must not mark an image the run owns
         QCOMPARE(model.items()[1].state, QStringLiteral("Ready"));
-        gates->release(2);
+        gates.release(fit);
         QVERIFY(runDone(model));
         QCOMPARE(model.items()[1].state, kUnreadable);
     }

@@ -5,7 +5,6 @@
 
 #include <sys/stat.h>
 
-#include <QDesktopServices>
 #include <QtTest>
 
 #include "AppTestSupport.h"
@@ -38,17 +37,6 @@ int modeOf(const QString& path) {
     struct stat status {};
     return ::lstat(QFile::encodeName(path).constData(), &status) == 0 ? static_cast<int>(status.st_mode & 07777) : -1;
 }
-
-// Stands in for the desktop's image viewer: keeps every file it is asked to open.
-class Viewer : public QObject {
-    Q_OBJECT
-
-public:
-    QList<QUrl> opened;
-
-public slots:
-    void open(const QUrl& file) { opened.append(file); }
-};
 
 }  // namespace
 
@@ -105,7 +93,7 @@ private slots:
     // The user pauses while the second image's search stands at its first check: the search
     // ends there, and the finished copy stays.
     void pausingStopsTheSearchAtItsNextCheck() {
-        std::optional<CheckGates> gates;
+        CheckGates gates;
         ModelSandbox sandbox;
         AppModel& model = sandbox.model();
         const QStringList paths = photos(sandbox, 3);
@@ -116,15 +104,15 @@ private slots:
         model.requirements().setTargetKB(10);  // a search of several steps for each image
         QVERIFY(runFit(model));
         QVERIFY(addAndLoad(model, paths.mid(1)));
-        gates.emplace(1);
+        const long gate = gates.holdAt(1);
         model.fit(false);
-        QVERIFY(gates->reached(1));
+        QVERIFY(gates.reached(gate));
         model.requirements().setTargetKB(500);  // the run's requirements hold until it ends
         QCOMPARE(model.requirements().targetKB(), 10);
         model.pause();
-        gates->release(1);
+        gates.release(gate);
         QVERIFY(runDone(model));
-        QCOMPARE(gates->checks(), 1);
+        QCOMPARE(gates.checks(), gate);
         QVERIFY(model.items()[0].isReady());
         QCOMPARE(model.items()[1].state, QStringLiteral("Paused · ready to resume"));
         QCOMPARE(model.items()[2].state, QStringLiteral("Ready"));
@@ -232,18 +220,18 @@ private slots:
         for (const QUuid& without : {id, QUuid::createUuid()})  // not yet fitted; no such image
             QCOMPARE(model.inspectionCopy(without).error, QStringLiteral("No such file or directory"));
         QVERIFY(runFit(model));
-        Viewer viewer;
-        QDesktopServices::setUrlHandler(QStringLiteral("file"), &viewer, "open");
-        for (int i = 0; i < 2; ++i) model.inspect(uuidText(id));
-        QDesktopServices::unsetUrlHandler(QStringLiteral("file"));
-        QCOMPARE(viewer.opened.count(), 2);
-        QVERIFY(viewer.opened[0] != viewer.opened[1]);
-        for (const auto& request : viewer.opened) {
-            const QFileInfo copy(request.toLocalFile());
-            QCOMPARE(copy.absolutePath(), QDir(model.cache()).filePath(QStringLiteral("Inspection")));
-            QVERIFY(!QUuid(copy.fileName().left(36)).isNull());
-            QCOMPARE(copy.fileName().mid(36), QStringLiteral("-%1.jpg").arg(QString(40, u'n')));
-            QCOMPARE(bytesOf(copy.filePath()), bytesOf(*model.items()[0].output));
+        {
+            OpenedUrls viewer({QStringLiteral("file")});
+            for (int i = 0; i < 2; ++i) model.inspect(uuidText(id));
+            QCOMPARE(viewer.urls.count(), 2);
+            QVERIFY(viewer.urls[0] != viewer.urls[1]);
+            for (const auto& request : viewer.urls) {
+                const QFileInfo copy(request.toLocalFile());
+                QCOMPARE(copy.absolutePath(), QDir(model.cache()).filePath(QStringLiteral("Inspection")));
+                QVERIFY(!QUuid(copy.fileName().left(36)).isNull());
+                QCOMPARE(copy.fileName().mid(36), QStringLiteral("-%1.jpg").arg(QString(40, u'n')));
+                QCOMPARE(bytesOf(copy.filePath()), bytesOf(*model.items()[0].output));
+            }
         }
         QVERIFY(model.message().value_or(QString()).isEmpty());
         // A desktop without an image viewer (here: no desktop at all) is named in the message line.

@@ -148,9 +148,16 @@ private slots:
         QVERIFY(!examChecked() && !requirements.activeRecipeName());
         requirements.applyRecipe(requirements.recipes()[0]);
         QVERIFY(examChecked());
+        // An example switches modes, and takes neither with it; the sides typed before stay.
         requirements.applyRecipe(UploadRecipe::examples()[1]);
         QCOMPARE(requirements.fitSettings(), UploadRecipe::examples()[1].settings());
         QVERIFY(requirements.minimumKB().isEmpty() && requirements.resolutionDpi().isEmpty());
+        QCOMPARE(sandbox.preferences().value(kActive).toString(), u"Square thumbnail"_s);
+        requirements.applyRecipe(QString::fromStdString(UploadRecipe::examples()[0].id().string()));
+        QCOMPARE(requirements.fitSettings(), kWebPhoto);
+        QCOMPARE(requirements.pixelWidth(), u"600"_s);
+        requirements.setMaxEdge(800);
+        QVERIFY(!requirements.activeRecipeName() && !sandbox.preferences().contains(kActive));
     }
 
     // Stored requirements are read only when valid and under 4,096 bytes; the active recipe's
@@ -214,21 +221,6 @@ private slots:
         relaunched.requirements().deleteRecipe(QString::fromStdString(relaunched.requirements().recipes()[1].id().string()));
         QVERIFY(!relaunched.requirements().activeRecipeName() && !sandbox.preferences().contains(kActive));
         QCOMPARE(nlohmann::json::parse(sandbox.preferences().value(kRecipes).toByteArray().toStdString()).size(), 18u);
-    }
-
-    void applyingExamplesSwitchesModes() {
-        ModelSandbox sandbox;
-        AppModel& model = sandbox.model();
-        model.requirements().applyRecipe(UploadRecipe::examples()[1]);
-        QCOMPARE(model.requirements().fitSettings(), UploadRecipe::examples()[1].settings());
-        QCOMPARE(sandbox.preferences().value(kActive).toString(), QStringLiteral("Square thumbnail"));
-        QCOMPARE(model.requirements().activeRecipeName(), QStringLiteral("Square thumbnail"));
-        model.requirements().applyRecipe(QString::fromStdString(UploadRecipe::examples()[0].id().string()));
-        QCOMPARE(model.requirements().fitSettings(), kWebPhoto);
-        QCOMPARE(model.requirements().pixelWidth(), QStringLiteral("600"));  // the sides typed before stay
-        QCOMPARE(model.requirements().activeRecipeName(), QStringLiteral("Web photo"));
-        model.requirements().setMaxEdge(800);
-        QVERIFY(!model.requirements().activeRecipeName() && !sandbox.preferences().contains(kActive));
     }
 
     // Stored recipes are restored only when the whole list decodes and is at most 100,000

@@ -11,7 +11,6 @@
 
 #include "AppTestSupport.h"
 
-#include <mutex>
 #include <random>
 
 #include <QDirIterator>
@@ -30,55 +29,6 @@ using namespace parcelo;
 using namespace parcelo::test;
 
 namespace {
-
-// Holds the background work at the n-th check from now, on whichever thread it comes, and wakes
-// the main thread; the work goes on at resume().
-class WorkPoints : public QObject {
-    Q_OBJECT
-
-public:
-    void holdAt(int n) {
-        const std::lock_guard lock(mutex_);
-        target_ = checks_ + n;
-    }
-    [[nodiscard]] bool holding() const {
-        const std::lock_guard lock(mutex_);
-        return held_;
-    }
-    // Lets held work go on and forgets a hold that no work reached.
-    void resume() {
-        {
-            const std::lock_guard lock(mutex_);
-            target_ = -1;
-            if (!held_) return;
-            held_ = false;
-        }
-        go_.release();
-    }
-
-signals:
-    void arrived();
-
-private:
-    void check() {
-        {
-            const std::lock_guard lock(mutex_);
-            if (++checks_ != target_) return;
-            held_ = true;
-        }
-        // By name: Qt then builds the queued call itself, and no object of this test crosses threads
-        // behind Qt's back.
-        QMetaObject::invokeMethod(this, "arrived", Qt::QueuedConnection);
-        go_.acquire();
-    }
-
-    mutable std::mutex mutex_;
-    long checks_ = 0;
-    long target_ = -1;
-    bool held_ = false;
-    std::binary_semaphore go_{0};
-    CancellationCheckHook hook_{[this] { check(); }};
-};
 
 // The preview stage as the workspace binds it: it shows the current image, whichever that is.
 class Stage {
@@ -103,21 +53,6 @@ private:
 bool idle(const AppModel& model, Stage& stage) {
     return !model.busy() && !model.scanning() && !model.importing() && !model.exporting() &&
            !stage.loader().loading();
-}
-
-// Runs the event loop until work stands at the hold or nothing runs; false when neither came.
-bool settle(AppModel& model, Stage& stage, WorkPoints& points) {
-    QEventLoop loop;
-    const auto quitWhenSettled = [&] {
-        if (points.holding() || idle(model, stage)) loop.quit();
-    };
-    for (const auto signal : {&AppModel::busyChanged, &AppModel::scanningChanged, &AppModel::importingChanged,
-                              &AppModel::exportingChanged})
-        QObject::connect(&model, signal, &loop, quitWhenSettled);
-    QObject::connect(&stage.loader(), &PreviewLoader::loadingChanged, &loop, quitWhenSettled);
-    QObject::connect(&points, &WorkPoints::arrived, &loop, quitWhenSettled);
-    QTimer::singleShot(std::chrono::minutes(2), &loop, [&loop] { loop.exit(1); });  // a hang, not a wait
-    return points.holding() || idle(model, stage) || loop.exec() == 0;
 }
 
 enum class Action { addTree, addFiles, addMany, fit, retryFailed, pauseAndResume, clear, removeCurrent, removeAny,
@@ -162,11 +97,13 @@ private slots:
         const int rounds = qEnvironmentVariableIsSet("PARCELO_STRESS_ROUNDS")
                                ? qEnvironmentVariableIntValue("PARCELO_STRESS_ROUNDS")
                                : 4;
-        WorkPoints points;
+        // By name: Qt then builds the queued call itself, and no object of this test crosses
+        // threads behind Qt's back.
+        CheckGates points([this] { QMetaObject::invokeMethod(this, "arrived", Qt::QueuedConnection); });
         ModelSandbox sandbox;
         AppModel& model = sandbox.model();
         Stage stage(model);
-        const auto letGo = qScopeGuard([&points] { points.resume(); });  // a failed check leaves no work held
+        const auto letGo = qScopeGuard([&points] { points.releaseAll(); });  // a failed check leaves no work held
         files_ = makeFiles(sandbox);
         std::mt19937 random(static_cast<std::mt19937::result_type>(seed));
         for (round_ = 0; round_ < rounds; ++round_) {
@@ -181,12 +118,12 @@ private slots:
                 midWork_ += idle(model, stage) ? 0 : 1;
                 ++actions_;
                 act(model, action, random);
-                points.resume();
+                points.releaseAll();
                 if (QTest::currentTestFailed()) return;
             }
             model.pause();
             while (!idle(model, stage)) {
-                points.resume();
+                points.releaseAll();
                 QVERIFY2(settle(model, stage, points), qPrintable(where));
             }
             checkNothingLost(model, where);
@@ -200,7 +137,25 @@ private slots:
                                                                           QFileDevice::ExeOwner);
     }
 
+signals:
+    void arrived();
+
 private:
+    // Runs the event loop until work stands at a gate or nothing runs; false when neither came.
+    bool settle(AppModel& model, Stage& stage, const CheckGates& points) {
+        QEventLoop loop;
+        const auto quitWhenSettled = [&] {
+            if (points.holding() || idle(model, stage)) loop.quit();
+        };
+        for (const auto signal : {&AppModel::busyChanged, &AppModel::scanningChanged, &AppModel::importingChanged,
+                                  &AppModel::exportingChanged})
+            QObject::connect(&model, signal, &loop, quitWhenSettled);
+        QObject::connect(&stage.loader(), &PreviewLoader::loadingChanged, &loop, quitWhenSettled);
+        QObject::connect(this, &StressTest::arrived, &loop, quitWhenSettled);
+        QTimer::singleShot(std::chrono::minutes(2), &loop, [&loop] { loop.exit(1); });  // a hang, not a wait
+        return points.holding() || idle(model, stage) || loop.exec() == 0;
+    }
+
     void act(AppModel& model, Action action, std::mt19937& random) {
         const auto any = [&]() -> std::optional<QUuid> {
             if (model.items().empty()) return std::nullopt;

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 The Parcelo developers
 // SPDX-License-Identifier: GPL-3.0-or-later
 
-// parcelo-fit as a user runs it: its own process, real images, real signals, a disk that fills up.
+// parcelo-fit as a user runs it: its own process, real images, real signals, the app's recipes.
 #include <fcntl.h>
 #include <signal.h>
 #include <sys/wait.h>
@@ -79,30 +79,6 @@ private:
     pid_t pid_ = 0;
     std::string received_;
 };
-
-// The disk fills up midway through each copy: nothing is left under a copy's name, each image
-// says why, and the run fails. With room, a run saves them whole.
-TEST(FitBinary, ACopyCutShortByAFullDiskLeavesNothing) {
-    ScratchFolder scratch;
-    const fs::path out = scratch / "out";
-    fs::create_directory(out);
-    std::vector<std::string> arguments{"--out", out.string()};
-    for (const char* name : {"a.jpg", "b.jpg"}) arguments.push_back(save(photoLike(400, 300), scratch / name).string());
-    std::optional<FitProcess> full;
-    {
-        const FileSizeLimit diskFull(4'000);  // inherited by the process started now
-        full.emplace(arguments, scratch / "err.txt");
-    }
-    EXPECT_EQ(full->wait(), kExitSomeFailed);
-    EXPECT_EQ(linesOf(full->out()), (std::vector<std::string>{"a.jpg: Couldn\u2019t save the copy: File too large",
-                                                              "b.jpg: Couldn\u2019t save the copy: File too large",
-                                                              "Saved 0 of 2 copies \u00b7 2 failed"}));
-    EXPECT_TRUE(filesIn(out).empty());
-
-    FitProcess room(arguments, scratch / "err.txt");
-    EXPECT_EQ(room.wait(), kExitAllSaved) << room.out();
-    EXPECT_EQ(filesIn(out), (std::vector<fs::path>{out / "a-parcelo.jpg", out / "b-parcelo.jpg"}));
-}
 
 // Ctrl+C arrives after the first copy: every line of --json output fills more than half of the
 // pipe, so parcelo-fit is at most a line ahead of the test, and the signal reaches it with most

@@ -222,6 +222,12 @@ TEST_F(FitCommandTest, OneLinePerImageInInputOrderAsTextOrJson) {
     EXPECT_EQ(nlohmann::json::parse(lines[1]).at("error"),
               (nlohmann::json{{"case", "unreadable"}, {"message", messageOf(FitError::Case::unreadable)}}));
     EXPECT_EQ(linesOf(json.err).back(), linesOf(run.out).back());
+
+    // The disk fills up midway through a copy: the image says why, and nothing is left under its name.
+    const FileSizeLimit diskFull(4'000);
+    const CommandRun full = fitCommand({"--out", (folder_ / "full").string(), source("wide.jpg")});
+    EXPECT_EQ(full.out.substr(0, full.out.find('\n')), "wide.jpg: Couldn\u2019t save the copy: File too large");
+    EXPECT_TRUE(filesIn(folder_ / "full").empty());
 }
 
 // --check writes nothing and names what fails, in the words of the limits asked for; as JSON it
