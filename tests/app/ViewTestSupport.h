@@ -7,7 +7,7 @@
 
 #include <QDir>
 #include <QMimeData>
-#include <QMutex>
+#include <QRegularExpression>
 #include <QQmlComponent>
 #include <QQmlEngine>
 #include <QQuickItem>
@@ -29,44 +29,28 @@ namespace parcelo::test {
 
 // One of Parcelo's views loaded over a real model, shown offscreen, for a test to drive as a user
 // would: find controls by objectName, click them, type into them, and photograph the window.
-// A view whose root is an item is placed in a window of its own implicit size (or `size`).
-// Every warning printed while the harness lives, from QML, Qt or a library, is an error of the view
-// and fails the test.
+// A view whose root is an item is placed in a window of its own implicit size. Every warning
+// printed from then on in the test, from QML, Qt or a library, is an error of the view and fails it.
 class ViewHarness {
 public:
-    explicit ViewHarness(AppModel& model, const QString& qmlFile = QStringLiteral("Main.qml"), QSize size = {}) {
-        {
-            const QMutexLocker lock(&mutex_);
-            active_ = this;
-            previous_ = qInstallMessageHandler(collect);
-        }
+    explicit ViewHarness(AppModel& model, const QString& qmlFile = QStringLiteral("Main.qml")) {
+        QTest::failOnWarning(QRegularExpression(QStringLiteral(".")));
         applyApplicationLook();
         prepareEngine(engine_, model);
         QQmlComponent component(&engine_, QUrl(kViewsFolder + qmlFile));
-        create(component, size);
+        create(component);
     }
-
-    // Fails the test that drove the view when anything was printed while it lived.
     ~ViewHarness() {
         // The loaded view goes before the window that holds it, and both before the engine.
         object_.reset();
         ownedWindow_.reset();
-        {
-            const QMutexLocker lock(&mutex_);
-            qInstallMessageHandler(previous_);
-            active_ = nullptr;
-        }
-        if (!QTest::currentTestFailed()) QVERIFY2(errors_.isEmpty(), qPrintable(errors_.join(QLatin1Char('\n'))));
     }
     ViewHarness(const ViewHarness&) = delete;
     ViewHarness& operator=(const ViewHarness&) = delete;
 
-    // Load errors and warnings so far, one per line; empty when there were none.
-    [[nodiscard]] QString errors() const {
-        const QMutexLocker lock(&mutex_);
-        return errors_.join(QLatin1Char('\n'));
-    }
-    [[nodiscard]] bool loaded() const { return window_ != nullptr; }
+    // Why the view could not be loaded and shown; empty when it was.
+    [[nodiscard]] const QString& loadError() const { return error_; }
+    [[nodiscard]] bool loaded() const { return error_.isEmpty(); }
     [[nodiscard]] QQuickWindow* window() const { return window_; }
 
     // The control with this objectName, or null.
@@ -169,40 +153,26 @@ private:
         }
         return nullptr;
     }
-    static void collect(QtMsgType type, const QMessageLogContext& context, const QString& text) {
-        QtMessageHandler previous = nullptr;
-        {
-            const QMutexLocker lock(&mutex_);
-            if (active_ && type != QtDebugMsg && type != QtInfoMsg) active_->errors_.append(text);
-            previous = previous_;
-        }
-        previous(type, context, text);
-    }
-    void fail(const QString& error) {
-        const QMutexLocker lock(&mutex_);
-        errors_.append(error);
-    }
-    void create(QQmlComponent& component, QSize size) {
+    void create(QQmlComponent& component) {
         object_.reset(component.create());
         window_ = qobject_cast<QQuickWindow*>(object_.get());
         if (auto* item = qobject_cast<QQuickItem*>(object_.get())) {
             ownedWindow_ = std::make_unique<QQuickWindow>();
             window_ = ownedWindow_.get();
             item->setParentItem(window_->contentItem());
-            if (size.isEmpty()) size = QSize(qCeil(item->implicitWidth()), qCeil(item->implicitHeight()));
-            item->setSize(size);
+            item->setSize(QSizeF(qCeil(item->implicitWidth()), qCeil(item->implicitHeight())));
+            window_->resize(item->size().toSize());
         }
-        if (!window_) return fail(QStringLiteral("no window or item: ") + component.errorString());
-        if (!size.isEmpty()) window_->resize(size);
+        if (!window_) {
+            error_ = QStringLiteral("no window or item: ") + component.errorString();
+            return;
+        }
         window_->show();
-        if (!QTest::qWaitForWindowExposed(window_)) fail(QStringLiteral("the window was never shown"));
+        if (!QTest::qWaitForWindowExposed(window_)) error_ = QStringLiteral("the window was never shown");
     }
 
-    static inline QMutex mutex_;
-    static inline ViewHarness* active_ = nullptr;
-    static inline QtMessageHandler previous_ = nullptr;
     QQmlEngine engine_;
-    QStringList errors_;
+    QString error_;
     std::unique_ptr<QObject> object_;
     std::unique_ptr<QQuickWindow> ownedWindow_;
     QQuickWindow* window_ = nullptr;

@@ -281,7 +281,7 @@ private slots:
     void menusFollowTheModelAndOpenTheirDialogs() {
         ModelSandbox sandbox;
         ViewHarness view(sandbox.model());
-        QVERIFY2(view.loaded(), qPrintable(view.errors()));
+        QVERIFY2(view.loaded(), qPrintable(view.loadError()));
         view.screenshot(u"window-initial"_s);
         AppModel& model = sandbox.model();
         auto* window = view.window();

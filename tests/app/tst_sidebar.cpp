@@ -42,7 +42,7 @@ private slots:
         ModelSandbox sandbox;
         AppModel& model = sandbox.model();
         ViewHarness view(model);
-        QVERIFY2(view.loaded(), qPrintable(view.errors()));
+        QVERIFY2(view.loaded(), qPrintable(view.loadError()));
         view.screenshot(u"sidebar-initial"_s);
         auto* field = view.find(u"sizeField"_s);
         auto* sizeNote = view.find(u"sizeNote"_s);
@@ -89,7 +89,7 @@ private slots:
         ModelSandbox sandbox;
         AppModel& model = sandbox.model();
         ViewHarness view(model);
-        QVERIFY2(view.loaded(), qPrintable(view.errors()));
+        QVERIFY2(view.loaded(), qPrintable(view.loadError()));
         const auto typeIntoFocus = [&view](const char* keys) {
             for (; *keys != 0; ++keys) QTest::keyClick(view.window(), *keys);
         };
@@ -124,7 +124,7 @@ private slots:
         ModelSandbox sandbox;
         AppModel& model = sandbox.model();
         ViewHarness view(model);
-        QVERIFY2(view.loaded(), qPrintable(view.errors()));
+        QVERIFY2(view.loaded(), qPrintable(view.loadError()));
         const auto label = [&view] { return view.text(u"recipeButtonText"_s); };
         const auto row = [&view](const QString& name) { return view.find(u"recipeRow "_s + name); };
         QCOMPARE(label(), u"Upload recipes"_s);
