@@ -46,10 +46,11 @@ constexpr std::int64_t kHuffmanTableBytes = 21;
 // Baseline JPEG codes each block as a DC symbol (the bit length of its difference to the
 // component's previous DC) and AC run/size symbols, each followed by that many magnitude bits.
 //
-// They also tell what the blocks seen so far cost at the very least. However the tables are
-// then made, no prefix code spends fewer bits on a histogram than the unrestricted optimal one,
-// and that cost only grows as counts grow: so the sum is a lower bound of the final file at
-// every moment of the first pass.
+// They also tell what the file costs at the very least. However the tables are then made, no
+// prefix code spends fewer bits on the symbols seen than the unrestricted optimal code for their
+// histogram; and every block still to come adds at least two symbols (its DC, then an AC symbol
+// or the end of block) of at least one bit each, as a JPEG code word is never shorter. So the
+// sum is a lower bound of the final file at every moment of the first pass.
 class SymbolCounts {
 public:
     void add(j_compress_ptr info, JBLOCKROW* blocks) {
@@ -69,8 +70,8 @@ public:
         }
     }
 
-    [[nodiscard]] std::int64_t leastBytes() const {
-        std::uint64_t bits = magnitudeBits_;
+    [[nodiscard]] std::int64_t leastBytes(std::int64_t blocksToCome) const {
+        std::uint64_t bits = magnitudeBits_ + 2 * static_cast<std::uint64_t>(blocksToCome);
         std::int64_t tableBytes = 0;
         for (const Histogram& histogram : symbols_) {
             bits += optimalCodeBits(histogram);
@@ -214,7 +215,10 @@ struct Trial {
         if (++trial.blocksInRow < compress->MCUs_per_row) return TRUE;
         trial.blocksInRow = 0;
         ++trial.rowsSeen;
-        trial.leastBytes = trial.counts.leastBytes();
+        const auto blocksToCome = std::int64_t{compress->MCU_rows_in_scan - trial.rowsSeen} *
+                                  compress->MCUs_per_row * compress->blocks_in_MCU;
+        trial.leastBytes = trial.counts.leastBytes(blocksToCome);
+        if (trial.measureOnly) trial.leastByRow.push_back(trial.leastBytes);
         if (trial.leastBytes > trial.limit) stop(reinterpret_cast<j_common_ptr>(compress), Stop::tooBig);
         if (trial.measureOnly && trial.rowsSeen == compress->MCU_rows_in_scan)
             stop(reinterpret_cast<j_common_ptr>(compress), Stop::measured);
@@ -237,6 +241,7 @@ struct Trial {
     JDIMENSION blocksInRow = 0;
     JDIMENSION rowsSeen = 0;
     std::int64_t leastBytes = 0;
+    std::vector<std::int64_t> leastByRow;  // only when measuring
 };
 
 void configure(jpeg_compress_struct& info, const RgbRows& rows, JpegTrialSettings settings) {
@@ -290,11 +295,11 @@ std::optional<Bytes> encodeJpegWithin(const RgbRows& rows, JpegTrialSettings set
     throw FitError(FitError::Case::cannotEncode);
 }
 
-std::int64_t leastJpegBytes(const RgbRows& rows, int setting) {
+std::vector<std::int64_t> leastJpegBytes(const RgbRows& rows, int setting) {
     const auto trial = std::make_unique<Trial>(INT64_MAX, true);
     compress(*trial, rows, {setting, true});
     if (trial->stopped != Stop::measured) throw FitError(FitError::Case::cannotEncode);
-    return trial->leastBytes;
+    return std::move(trial->leastByRow);
 }
 
 }  // namespace parcelo::detail

@@ -32,9 +32,9 @@ struct JpegTrialSettings {
 std::optional<std::vector<std::uint8_t>> encodeJpegWithin(const RgbRows& rows, JpegTrialSettings settings,
                                                           std::int64_t byteLimit);
 
-// The least the file can weigh, known once the encoder's first pass has seen every block: what
-// a trial compares with its limit while that pass runs. Only for optimised coding, which has
+// The least the file can weigh, as known after each row of blocks of the encoder's first pass:
+// what a trial compares with its limit while that pass runs. Only for optimised coding, which has
 // that pass; throws FitError(cannotEncode).
-std::int64_t leastJpegBytes(const RgbRows& rows, int setting);
+std::vector<std::int64_t> leastJpegBytes(const RgbRows& rows, int setting);
 
 }  // namespace parcelo::detail
