@@ -4,7 +4,6 @@
 #include "ImageFitter.h"
 
 #include <algorithm>
-#include <memory>
 #include <sstream>
 
 #include "CancellationCheck.h"
@@ -146,21 +145,8 @@ Bitmap preview(const std::filesystem::path& path, std::int64_t maxEdge, std::sto
     throwIfStopped(stopToken);
     const ValidatedSource source = detail::validatedSource(path);
     const detail::MutedStandardError muted(detail::isHeifFamily(source.type));
-    const std::int64_t edge = std::clamp(maxEdge, kSmallestPreviewEdge, kLargestPreviewEdge);
-    const VImage decoded = detail::scaledDecode(source, edge);
+    Bitmap bitmap = detail::displayDecode(source, std::clamp(maxEdge, kSmallestPreviewEdge, kLargestPreviewEdge));
     throwIfStopped(stopToken);
-
-    const VImage display = detail::withAlphaForDisplay(decoded);
-    Bitmap bitmap{display.width(), display.height(), {}};
-    try {
-        std::size_t length = 0;
-        const std::unique_ptr<void, decltype(&g_free)> pixels(display.write_to_memory(&length), &g_free);
-        const auto* bytes = static_cast<const std::uint8_t*>(pixels.get());
-        bitmap.rgba.assign(bytes, bytes + length);
-    } catch (const vips::VError&) {
-        detail::clearVipsError();
-        throw FitError(FitError::Case::unreadable);
-    }
     return bitmap;
 }
 

@@ -7,6 +7,7 @@
 #include <array>
 #include <cstring>
 #include <fstream>
+#include <memory>
 #include <string_view>
 #include <system_error>
 
@@ -248,14 +249,55 @@ VImage decodeNow(const VImage& scaled) {
     }
 }
 
-VImage scaledDecode(const ValidatedSource& source, std::int64_t maxEdge) {
+namespace {
+
+// Runs a decode of the source; a JPEG refused for a warning that leaves every pixel intact is
+// decoded once more, failing on errors only.
+template <typename Decode>
+auto tolerantDecode(const ValidatedSource& source, Decode decode) {
     try {
-        return decodeNow(openScaled(source, maxEdge));
+        return decode(source);
     } catch (const FitError&) {
         ValidatedSource tolerant = source;
         if (!mayTolerateWarnings(tolerant)) throw;
-        return decodeNow(openScaled(tolerant, maxEdge));
+        return decode(tolerant);
     }
+}
+
+// Packed RGBA from packed 8-bit pixels of 3 (RGB, made opaque) or 4 bands.
+std::vector<std::uint8_t> rgbaOf(const std::uint8_t* pixels, std::size_t length, int bands) {
+    if (bands == 4) return {pixels, pixels + length};
+    std::vector<std::uint8_t> rgba(length / 3 * 4);
+    for (std::size_t from = 0, to = 0; from + 3 <= length; from += 3, to += 4) {
+        std::memcpy(&rgba[to], pixels + from, 3);
+        rgba[to + 3] = 255;
+    }
+    return rgba;
+}
+
+}  // namespace
+
+VImage scaledDecode(const ValidatedSource& source, std::int64_t maxEdge) {
+    return tolerantDecode(source, [maxEdge](const ValidatedSource& tried) { return decodeNow(openScaled(tried, maxEdge)); });
+}
+
+// The pixels go from the decoder straight into the bitmap's bytes: no decoded image is kept in
+// between, and the opaque alpha of a picture without one is added while the bytes are packed.
+Bitmap displayDecode(const ValidatedSource& source, std::int64_t maxEdge) {
+    return tolerantDecode(source, [maxEdge](const ValidatedSource& tried) {
+        try {
+            VImage image = openScaled(tried, maxEdge);
+            if (image.bands() < 3) image = image.colourspace(VIPS_INTERPRETATION_sRGB);
+            image = image.cast(VIPS_FORMAT_UCHAR);
+            std::size_t length = 0;
+            const std::unique_ptr<void, decltype(&g_free)> pixels(image.write_to_memory(&length), &g_free);
+            return Bitmap{image.width(), image.height(),
+                          rgbaOf(static_cast<const std::uint8_t*>(pixels.get()), length, image.bands())};
+        } catch (const vips::VError&) {
+            clearVipsError();
+            fail(FitError::Case::unreadable);
+        }
+    });
 }
 
 bool hasAlphaBand(const VImage& image) { return image.bands() == 2 || image.bands() == 4; }

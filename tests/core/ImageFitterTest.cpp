@@ -216,6 +216,34 @@ TEST_F(ImageFitterTest, PixelsLandWhereTheUserExpectsThem) {
     }
 }
 
+// "300x200 200,30,30,255": a preview's size and its first pixel, or the error's case name.
+std::string previewOf(const fs::path& source, std::int64_t maxEdge) {
+    try {
+        const Bitmap bitmap = ImageFitter::preview(source, maxEdge);
+        if (bitmap.rgba.size() != static_cast<std::size_t>(bitmap.width * bitmap.height * 4)) return "not packed RGBA";
+        std::string text = std::to_string(bitmap.width) + "x" + std::to_string(bitmap.height) + " ";
+        for (int band = 0; band < 4; ++band) text += std::to_string(bitmap.rgba[band]) + (band < 3 ? "," : "");
+        return text;
+    } catch (const FitError& error) {
+        return std::string(error.caseName());
+    }
+}
+
+// Previews are packed RGBA at the clamped size, never enlarged, upright; grey turns to RGB and
+// a picture without alpha is opaque.
+TEST_F(ImageFitterTest, PreviewsArePackedRGBAAtTheClampedSize) {
+    save(flat(64, 32, {90}), at("grey.png"));
+    save(flat(64, 32, {90, 40}), at("grey-alpha.png"));
+    const std::vector<std::tuple<std::string, std::int64_t, std::string>> cases{
+        {"opaque.png", 1'000, "300x200 200,30,30,255"}, {"opaque.png", 0, "1x1 200,30,30,255"},
+        {"photo.png", 5'000, "800x600"},                 {"half.png", 100, "100x50"},
+        {"sideways.jpg", 400, "300x400"},                {"grey.png", 64, "64x32 90,90,90,255"},
+        {"grey-alpha.png", 64, "64x32 90,90,90,40"},     {"over.bin", 400, "tooLarge"},
+    };
+    for (const auto& [source, edge, expected] : cases)
+        EXPECT_EQ(previewOf(at(source), edge).substr(0, expected.size()), expected) << source << " at " << edge;
+}
+
 // What the check after a fit says of the copy: "accepted", or the error's case name.
 std::string verdict(const FitResult& result, const FitSettings& settings) {
     try {

@@ -11,6 +11,7 @@
 #include <vips/vips8>
 
 #include "FitGeometry.h"
+#include "ImageFitter.h"
 
 // Opening a user's file safely: what it is, how big it is, and its pixels at a bounded size.
 namespace parcelo::detail {
@@ -56,6 +57,10 @@ vips::VImage decodeNow(const vips::VImage& scaled);
 // Decodes image 0 upright, in 8-bit sRGB (alpha kept when present), with its longer edge at
 // most maxEdge, and holds the pixels in memory. Throws FitError(unreadable).
 vips::VImage scaledDecode(const ValidatedSource& source, std::int64_t maxEdge);
+
+// The scaled decode of image 0, upright, as packed 8-bit sRGB RGBA bytes for display.
+// Throws FitError(unreadable).
+Bitmap displayDecode(const ValidatedSource& source, std::int64_t maxEdge);
 
 // Whether the bitmap's last band is alpha (grey + alpha, or RGB + alpha).
 bool hasAlphaBand(const vips::VImage& image);
