@@ -133,9 +133,14 @@ void AppModel::itemsDidChange() {
     emit currentChanged();
 }
 
+// Which item is current never changes here; what the views show of it changes only when the
+// item changed is the current one.
 void AppModel::updateItem(std::size_t position, const std::function<void(ImageItem&)>& change) {
+    const auto shown = current();
+    const bool changesCurrent = shown && position < items().size() && shown->id == items()[position].id;
     items_.update(position, change);
-    itemsDidChange();
+    emit itemsChanged();
+    if (changesCurrent) emit currentChanged();
 }
 
 // ---- Derived values ----

@@ -45,7 +45,9 @@ ExpansionOutcome expandInBackground(const std::vector<std::filesystem::path>& ur
     }
 }
 
+// A job still queued when its pass is replaced ends here, before it touches the file.
 ThumbnailOutcome makeThumbnail(const QString& source, std::stop_token stopToken) {
+    if (stopToken.stop_requested()) return {};
     const std::filesystem::path path = toFsPath(source);
     std::error_code sizeError;
     const auto size = std::filesystem::file_size(path, sizeError);
@@ -179,8 +181,8 @@ void AppModel::loadThumbnails() {
     startThumbnailJobs(pass);
 }
 
-// Keeps both decoders busy a few jobs ahead of the list, or ends the pass once every job's
-// outcome is applied.
+// Keeps the pool a few jobs ahead of the list, or ends the pass once every job's outcome is
+// applied.
 void AppModel::startThumbnailJobs(const std::shared_ptr<ThumbnailPass>& pass) {
     if (pass->stop.stop_requested()) return;
     if (pass->applied == pass->jobs.size()) {
@@ -188,17 +190,13 @@ void AppModel::startThumbnailJobs(const std::shared_ptr<ThumbnailPass>& pass) {
         importTask_.reset();
         return;
     }
-    while (pass->running < kThumbnailDecoders && pass->next < pass->jobs.size() &&
-           pass->next - pass->applied < kThumbnailsAhead) {
-        const std::size_t index = pass->next++;
-        ++pass->running;
+    for (; pass->next < pass->jobs.size() && pass->next - pass->applied < kThumbnailsAhead; ++pass->next) {
         runInBackground(
             utility_, this,
-            [source = pass->jobs[index].source, stopToken = pass->stop.get_token()] {
+            [source = pass->jobs[pass->next].source, stopToken = pass->stop.get_token()] {
                 return makeThumbnail(source, stopToken);
             },
-            [this, pass, index](const ThumbnailOutcome& outcome) {
-                --pass->running;
+            [this, pass, index = pass->next](const ThumbnailOutcome& outcome) {
                 if (pass->stop.stop_requested()) return;
                 pass->waiting.emplace(index, outcome);
                 applyThumbnails(*pass);

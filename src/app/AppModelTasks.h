@@ -36,13 +36,14 @@ struct ThumbnailOutcome {
 };
 
 inline constexpr int kThumbnailDecoders = 2;
-// How far the started jobs may run ahead of the applied ones: a large photo's slow decode
-// holds the list, while the other decoder goes on with the small ones after it.
+// How far the queued jobs may run ahead of the applied ones: a large photo's slow decode holds
+// the list, while the other decoder goes on with the small ones after it.
 inline constexpr std::size_t kThumbnailsAhead = 8;
 
-// One thumbnail pass: the (id, source) of every item that had no thumbnail when it began. Two
-// jobs decode at once, so that both cores work; outcomes are applied strictly in list order, one
-// that finishes early waiting for those before it.
+// One thumbnail pass: the (id, source) of every item that had no thumbnail when it began. Its
+// jobs wait in the thumbnail pool, which decodes two at once, so that both cores work and a
+// decoder that finishes takes the next job at once instead of waiting for the main thread.
+// Outcomes are applied strictly in list order, one that finishes early waiting for those before it.
 struct AppModel::ThumbnailPass {
     struct Job {
         QUuid id;
@@ -50,9 +51,8 @@ struct AppModel::ThumbnailPass {
     };
     std::stop_source stop;
     std::vector<Job> jobs;
-    std::size_t next = 0;     // the next job to start
+    std::size_t next = 0;     // the next job to queue
     std::size_t applied = 0;  // jobs whose outcome is applied: always the first ones
-    int running = 0;
     std::map<std::size_t, ThumbnailOutcome> waiting;  // finished before an earlier job
 };
 

@@ -34,10 +34,13 @@ QThreadPool& previewPool() {
 
 }  // namespace
 
-QImage imageOf(const Bitmap& bitmap) {
-    const QImage view(bitmap.rgba.data(), static_cast<int>(bitmap.width), static_cast<int>(bitmap.height),
-                      static_cast<qsizetype>(bitmap.width * 4), QImage::Format_RGBA8888);
-    return view.copy();
+// The image takes the decoded bytes over rather than copying them; the last copy of the image
+// frees them.
+QImage imageOf(Bitmap bitmap) {
+    auto* pixels = new std::vector<std::uint8_t>(std::move(bitmap.rgba));
+    return {pixels->data(), static_cast<int>(bitmap.width), static_cast<int>(bitmap.height),
+            static_cast<qsizetype>(bitmap.width * 4), QImage::Format_RGBA8888,
+            [](void* held) { delete static_cast<std::vector<std::uint8_t>*>(held); }, pixels};
 }
 
 PreviewLoader::PreviewLoader(QObject* parent) : QObject(parent) {}

@@ -18,8 +18,8 @@
 
 namespace parcelo {
 
-// A decoded engine bitmap as an image Qt can draw.
-QImage imageOf(const Bitmap& bitmap);
+// A decoded engine bitmap as an image Qt can draw, holding the bitmap's own pixels.
+QImage imageOf(Bitmap bitmap);
 
 // Decodes one image file for display, off the main thread, at most 1,600 pixels on its longer
 // edge. A new `source` cancels the load in progress; a load overtaken by a newer source never
