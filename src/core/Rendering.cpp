@@ -120,13 +120,4 @@ void RowsOnDemand::renderStrip() {
     });
 }
 
-VImage withAlphaForDisplay(const VImage& decoded) {
-    return rendered([&] {
-        VImage image = decoded;
-        if (image.bands() < 3) image = image.colourspace(VIPS_INTERPRETATION_sRGB);
-        if (!hasAlphaBand(image)) image = image.bandjoin_const({255.0});
-        return image.cast(VIPS_FORMAT_UCHAR);
-    });
-}
-
 }  // namespace parcelo::detail

@@ -61,7 +61,4 @@ private:
     std::int64_t rendered_ = 0;  // rows ready from the top
 };
 
-// The decoded image as display pixels: sRGB with an alpha band.
-vips::VImage withAlphaForDisplay(const vips::VImage& decoded);
-
 }  // namespace parcelo::detail
