@@ -3,8 +3,9 @@
 # SPDX-License-Identifier: GPL-3.0-or-later
 
 # Parcelo side by side with ImageMagick and with the floor (the least work any tool could do for
-# the same copies), on the same images in the same run; then Parcelo's peak memory on a
-# 100-megapixel photo, a two-worker folder run, and the expansion of a 19,999-entry folder tree.
+# the same copies), on the same images in the same run; then the window's thumbnails, Parcelo's
+# peak memory on a 100-megapixel photo, a two-worker folder run, and the expansion of a
+# 19,999-entry folder tree.
 #
 #   bash bench/peers.sh CORPUS
 #
@@ -22,6 +23,7 @@ FIT=$BUILD/src/cli/parcelo-fit
 FLOOR=$BUILD/bench/parcelo-floor
 EXPAND=$BUILD/bench/parcelo-expand
 PREVIEW=$BUILD/bench/parcelo-preview
+BATCH=$BUILD/bench/parcelo-batch-bench
 # The real ImageMagick 6 binary, not a wrapper that would add its own start-up to every call.
 CONVERT=/usr/bin/convert
 [[ -x $CONVERT ]] || CONVERT=$(command -v convert)
@@ -184,7 +186,7 @@ echo "  / copies made; mean of bytes ÷ limit; mean pixels per copy; mean JPEG q
 echo "  of the JPEG copies; images without a copy"
 
 # PARCELO_BENCH_PARTS picks parts of the run (default: all of them).
-PARTS=${PARCELO_BENCH_PARTS:-500 100 folder previews memory many expand}
+PARTS=${PARCELO_BENCH_PARTS:-500 100 folder previews batch memory many expand}
 wants() { [[ " $PARTS " == *" $1 "* ]]; }
 
 wants 500 && compare_set 500 1920
@@ -279,6 +281,22 @@ previews() {
     done
 }
 wants previews && previews
+
+# The window's thumbnails: 200 of the corpus's photos added to the real window, drawn offscreen;
+# the round with the most thumbnails per second is shown. Only when the app was built.
+batch() {
+    local round best=0 rate
+    echo
+    if [[ ! -x $BATCH ]]; then echo "Batch: no parcelo-batch-bench (the app was not built)"; return; fi
+    echo "A batch of 200 photos in the window (parcelo-batch-bench), best of $ROUNDS rounds"
+    for ((round = 1; round <= ROUNDS; round++)); do
+        QT_QPA_PLATFORM=offscreen "$BATCH" "$CORPUS" 200 >"$WORK/batch-$round.txt" 2>/dev/null || true
+        rate=$(awk '/^thumbnails/ { print $(NF - 4) }' "$WORK/batch-$round.txt")
+        if awk -v a="${rate:-0}" -v b="$best" 'BEGIN { exit !(a > b) }'; then best=$rate; cp "$WORK/batch-$round.txt" "$WORK/batch.txt"; fi
+    done
+    if [[ -s $WORK/batch.txt ]]; then sed 's/^/  /' "$WORK/batch.txt"; else echo "  parcelo-batch-bench failed"; fi
+}
+wants batch && batch
 
 wants memory && bash "$ROOT/bench/memory.sh" "$FIT" "$FLOOR"
 
