@@ -83,7 +83,6 @@ TEST(Corpus, EverySupportedImageFitsAsACleanUprightSRGBCopy) {
         SCOPED_TRACE(file.path);
         const FitResult result = ImageFitter::fit(corpusDir() / file.path, kWebPhoto, CropPosition::center());
         const VImage copy = loadBytes(result.data);
-        // Within the requirements, upright, without metadata, sRGB: it meets them as it is.
         const fs::path saved = scratch / ("copy." + result.fileExtension);
         writeBytes(saved, std::string(result.data.begin(), result.data.end()));
         EXPECT_TRUE(unmetRequirements(inspectSource(saved), kWebPhoto).empty());
