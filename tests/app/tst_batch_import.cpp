@@ -34,22 +34,36 @@ class BatchImportTest : public QObject {
     Q_OBJECT
 
 private slots:
-    // Thumbnails count up one by one from those already loaded; a file that is no image fails by
-    // its thumbnail, before any run, and keeps its size.
-    void previewsAndTheCountsOfReadyFailedAndPendingImages() {
+    // New items start ready with the centred crop, a file named twice is taken once, and one
+    // already in the batch is refused. Thumbnails count up one by one from those already loaded;
+    // a file that is no image fails by its thumbnail, before any run, and keeps its size. The
+    // current item is the selected one, else the first; removing the selected one selects the first.
+    void addedImagesTheirThumbnailsCountsAndSelection() {
         ModelSandbox sandbox;
         AppModel& model = sandbox.model();
         QList<qint64> seen;
         connect(&model, &AppModel::previewsLoadedChanged, this, [&] { seen.append(model.previewsLoaded()); });
-        const QStringList paths = {sandbox.file(QStringLiteral("photo.bmp")), sandbox.file(QStringLiteral("noise.jpg")),
+        const QStringList paths = {sandbox.file(QStringLiteral("wide.bmp")), sandbox.file(QStringLiteral("noise.jpg")),
                                    sandbox.file(QStringLiteral("notes.jpg"))};
-        writeImage(paths[0], photoLike(300, 200));
+        writeImage(paths[0], photoLike(800, 200));
         writeImage(paths[1], noise(400, 300));
         writeText(paths[2], "not an image");
         model.requirements().setOutputFormat(OutputFormat::png);
-        QVERIFY(addAndLoad(model, paths));
+        model.add(urls({paths[0], paths[0], paths[1], paths[2]}));
+        QCOMPARE(fileNames(model.items()), QStringLiteral("wide.bmp noise.jpg notes.jpg"));
+        const ImageItem item = model.items()[0];
+        QCOMPARE(item.state, QStringLiteral("Ready"));
+        QVERIFY(!item.failed && !item.output && item.crop == CropPosition::center());
+        QVERIFY(thumbnailsDone(model));
         QCOMPARE(model.items()[2].state, kUnreadable);
         QCOMPARE(model.items()[2].inputBytes, 12);
+        model.add(urls({sandbox.path(QStringLiteral("files/../files/./wide.bmp"))}));
+        QCOMPARE(model.message(), QStringLiteral("Those images are already in this batch. Use Clear to start a new one."));
+        // The views reach the thumbnail by the item's id.
+        std::unique_ptr<ImageStoreProvider> provider(model.makeThumbnailProvider());
+        QSize size;
+        QCOMPARE(provider->requestImage(uuidText(item.id), &size, {}).size(), QSize(400, 100));
+
         QVERIFY(runFit(model));
         QVERIFY(addAndLoad(model, makeImages(sandbox.file(QStringLiteral("later")), 1)));
         QCOMPARE(seen, (QList<qint64>{0, 1, 2, 3, 2, 3, 4}));  // the next pass tries the failed file again
@@ -57,6 +71,13 @@ private slots:
         const ImageItem& shrunk = model.items()[0];
         QVERIFY2(model.items()[1].outputBytes > model.items()[1].inputBytes, "the PNG copy of noise outgrows its JPEG");
         QCOMPARE(model.savedBytes(), shrunk.inputBytes - shrunk.outputBytes);  // a copy that grew saves nothing
+
+        const QUuid second = model.items()[1].id;
+        model.setSelected(QUuid::createUuid());
+        QCOMPARE(model.current()->id, item.id);
+        model.setSelected(second);
+        model.remove(second);
+        QCOMPARE(model.selected(), item.id);
     }
 
     // Two thumbnails decode at once, yet they land in list order: one that finishes before the
@@ -93,36 +114,6 @@ private slots:
             QVERIFY(model.items()[1].thumbnail.has_value());
         }
         QVERIFY2(heldBack, "the lower item's decode never finished first");
-    }
-
-    // New items start ready with the centred crop; the current item is the selected one, else
-    // the first, and removing the selected one selects the first.
-    void newItemsStartReadyDuplicatesAreRefusedAndRemovingMovesTheSelection() {
-        ModelSandbox sandbox;
-        AppModel& model = sandbox.model();
-        QStringList paths = makeImages(sandbox.file(QStringLiteral("set")), 2);
-        paths.prepend(sandbox.file(QStringLiteral("wide.png")));
-        writeImage(paths[0], flat(800, 200, {90, 90, 90}));
-        model.add(urls({paths[0], paths[0], paths[1], paths[2]}));  // a file named twice is taken once
-        QCOMPARE(fileNames(model.items()), QStringLiteral("wide.png img0.png img1.png"));
-        const ImageItem item = model.items()[0];
-        QCOMPARE(item.state, QStringLiteral("Ready"));
-        QVERIFY(!item.failed && !item.output && item.crop == CropPosition::center());
-        QVERIFY(thumbnailsDone(model));
-        model.add(urls({sandbox.file(QStringLiteral("set/../set/./img0.png"))}));
-        QCOMPARE(model.message(), QStringLiteral("Those images are already in this batch. Use Clear to start a new one."));
-
-        // The views reach the thumbnail by the item's id.
-        std::unique_ptr<ImageStoreProvider> provider(model.makeThumbnailProvider());
-        QSize size;
-        QCOMPARE(provider->requestImage(uuidText(item.id), &size, {}).size(), QSize(400, 100));
-
-        const QUuid second = model.items()[1].id;
-        model.setSelected(QUuid::createUuid());
-        QCOMPARE(model.current()->id, item.id);
-        model.setSelected(second);
-        model.remove(second);
-        QCOMPARE(model.selected(), item.id);
     }
 
     void aFolderAddsItsImagesSortedAndBlocksOtherWorkWhileScanned() {

@@ -151,14 +151,21 @@ private slots:
     }
 
     // ---- Saving and the working folder ----
-    void copiesAreSavedUnderTheOriginalsNamesNeverOverwritingAndRemovingOrClearingDeletesThem() {
+    // Copies are saved under their originals' names, never over a file. A save checks the
+    // requirements as they are now, and the disk fills up halfway through a copy: each failure
+    // names its image, nothing is left under a copy's name, and the same save succeeds once there
+    // is room again. Removing or clearing deletes the copies, and quitting the working folder.
+    void copiesAreSavedNeverOverwritingNorLeftHalfAndGoWithTheirImages() {
         ModelSandbox sandbox;
         AppModel& model = sandbox.model();
         const QFileInfo cache(model.cache());  // the working folder, the user's alone, in the temporary directory
         QCOMPARE(cache.absolutePath(), QFileInfo(sandbox.path(QStringLiteral("tmp"))).absoluteFilePath());
         QVERIFY(cache.fileName().startsWith(u"Parcelo-") && !QUuid(cache.fileName().mid(8)).isNull());
         QCOMPARE(modeOf(model.cache()), 0700);
-        QVERIFY(addAndLoad(model, photos(sandbox, 2)));
+        QStringList paths = {sandbox.file(QStringLiteral("flat.jpg")), sandbox.file(QStringLiteral("noise.jpg"))};
+        writeImage(paths[0], flat(100, 100, {200, 120, 60}));
+        writeImage(paths[1], noise(400, 300));
+        QVERIFY(addAndLoad(model, paths));
         QVERIFY(runFit(model));
         QCOMPARE(modeOf(*model.items()[0].output), 0600);
         const QString folder = sandbox.path(QStringLiteral("files"));
@@ -166,7 +173,25 @@ private slots:
         QCOMPARE(model.message(), QStringLiteral("Saved 2 fitted copies. Your originals are untouched."));
         QCOMPARE(model.exportedDirectory(), folder);
         QVERIFY(exportInto(model, folder));  // beside the first copies, never over them
-        QCOMPARE(bytesOf(QDir(folder).filePath(QStringLiteral("photo1-parcelo-2.jpg"))), bytesOf(*model.items()[0].output));
+        QCOMPARE(bytesOf(QDir(folder).filePath(QStringLiteral("flat-parcelo-2.jpg"))), bytesOf(*model.items()[0].output));
+
+        // A working copy changed behind the model's back no longer passes the save's check.
+        QVERIFY(QFile::remove(*model.items()[1].output));
+        QVERIFY(QFile::copy(*model.items()[0].output, *model.items()[1].output));
+        const QString saved = sandbox.path(QStringLiteral("saved"));
+        QVERIFY(QDir().mkpath(saved));
+        {
+            const FileSizeLimit diskFull(static_cast<rlim_t>(model.items()[0].outputBytes / 2));
+            QVERIFY(exportInto(model, saved));
+        }
+        const QString noisy = QStringLiteral("noise.jpg: The export didn’t pass its size, pixel or format check. "
+                                             "No copy was marked ready.");
+        QCOMPARE(model.message(), QStringLiteral("Saved 0 of 2. flat.jpg: File too large • ") + noisy);
+        QVERIFY(!model.exportedDirectory());
+        QCOMPARE(entriesOf(saved), QStringList());
+        QVERIFY(exportInto(model, saved));
+        QCOMPARE(model.message(), QStringLiteral("Saved 1 of 2. ") + noisy);
+        QCOMPARE(bytesOf(QDir(saved).filePath(QStringLiteral("flat-parcelo.jpg"))), bytesOf(*model.items()[0].output));
 
         const QString removed = *model.items()[0].output;
         model.remove(model.items()[0].id);
@@ -177,36 +202,6 @@ private slots:
         QVERIFY(!model.selected() && !model.message() && !model.exportedDirectory());
         model.cleanUp();
         QVERIFY(!QFileInfo::exists(model.cache()));
-    }
-
-    // The save checks the requirements as they are now, and the disk fills up halfway through a
-    // copy: each failure names its image, nothing is left under a copy's name, and the same save
-    // succeeds once there is room again.
-    void failedSavesNameTheirImagesLeaveNoPartialFileAndCanBeRepeated() {
-        ModelSandbox sandbox;
-        AppModel& model = sandbox.model();
-        QStringList paths = {sandbox.file(QStringLiteral("flat.jpg")), sandbox.file(QStringLiteral("noise.jpg"))};
-        writeImage(paths[0], flat(100, 100, {200, 120, 60}));
-        writeImage(paths[1], noise(400, 300));
-        QVERIFY(addAndLoad(model, paths));
-        QVERIFY(runFit(model));
-        // A working copy changed behind the model's back no longer passes the save's check.
-        QVERIFY(QFile::remove(*model.items()[1].output));
-        QVERIFY(QFile::copy(*model.items()[0].output, *model.items()[1].output));
-        const QString folder = sandbox.path(QStringLiteral("saved"));
-        QVERIFY(QDir().mkpath(folder));
-        {
-            const FileSizeLimit diskFull(static_cast<rlim_t>(model.items()[0].outputBytes / 2));
-            QVERIFY(exportInto(model, folder));
-        }
-        const QString noisy = QStringLiteral("noise.jpg: The export didn’t pass its size, pixel or format check. "
-                                             "No copy was marked ready.");
-        QCOMPARE(model.message(), QStringLiteral("Saved 0 of 2. flat.jpg: File too large • ") + noisy);
-        QVERIFY(!model.exportedDirectory());
-        QCOMPARE(entriesOf(folder), QStringList());
-        QVERIFY(exportInto(model, folder));
-        QCOMPARE(model.message(), QStringLiteral("Saved 1 of 2. ") + noisy);
-        QCOMPARE(bytesOf(QDir(folder).filePath(QStringLiteral("flat-parcelo.jpg"))), bytesOf(*model.items()[0].output));
     }
 
     // ---- Inspection copies ----

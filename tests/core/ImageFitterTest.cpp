@@ -249,7 +249,8 @@ std::string verdict(const FitResult& result, const FitSettings& settings) {
     }
 }
 
-// The check after a fit refuses a copy over the limit, of the wrong size or format, or unreadable.
+// The check after a fit holds a copy to the limits a file is checked against (their own tests
+// walk each), to the size and format it claims, and refuses one it cannot read.
 TEST_F(ImageFitterTest, VerifyChecksBytesPixelsAndFormatAgainstTheRequirements) {
     const FitResult jpeg = ImageFitter::fit(at("photo.png"), sized(1'000'000, 0), {});
     const auto size = static_cast<std::int64_t>(jpeg.data.size());
@@ -258,10 +259,8 @@ TEST_F(ImageFitterTest, VerifyChecksBytesPixelsAndFormatAgainstTheRequirements) 
     pngNamedJpeg.fileExtension = "jpg";
     garbage.data.resize(40);
     const std::vector<std::tuple<FitResult, FitSettings, bool>> cases{
-        {jpeg, sized(size, 800), true},           {jpeg, sized(size - 1, 0), false},
-        {jpeg, sized(size, 700), false},          {jpeg, sized(size, 0, OutputFormat::png), false},
-        {jpeg, exact(600, 800, size), false},     {pngNamedJpeg, sized(25'000'000, 0), false},
-        {garbage, sized(1'000'000, 0), false},
+        {jpeg, sized(size, 800), true},                 {jpeg, sized(size - 1, 0), false},
+        {pngNamedJpeg, sized(25'000'000, 0), false},  {garbage, sized(1'000'000, 0), false},
     };
     for (const auto& [result, settings, accepted] : cases) {
         EXPECT_EQ(verdict(result, settings), accepted ? "accepted" : "verificationFailed")

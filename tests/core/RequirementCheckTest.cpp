@@ -95,23 +95,3 @@ TEST(RequirementCheck, EachConditionFailsOnItsOwn) {
     for (const auto& [file, settings, expected] : cases)
         EXPECT_EQ(unmetNames(file, settings), expected) << file.filename() << " at " << settings.targetBytes;
 }
-
-// Real files: a camera's rotated photo, a photo in another profile, CMYK and HEIC; each is told
-// apart by what it is, and a file a fit refuses is refused the same way. (parcelo-fit's check of
-// rotated and oversized originals is tested with its wording.)
-TEST(RequirementCheck, RealFilesShowWhatACopyWouldChange) {
-    REQUIRE_CORPUS();
-    const SourceFacts rotated = inspectSource(corpusDir() / "orientation/landscape-6.jpg");
-    EXPECT_EQ(std::tuple(rotated.format, rotated.width, rotated.height, rotated.orientation),
-              std::tuple("jpeg", 1920, 1280, 6));
-    const FitSettings webPhoto{500'000, 1'920, OutputFormat::automatic, 0, 0};
-    const std::vector<std::pair<const char*, std::string>> cases{
-        {"color/aqua-adobergb.jpg", "pixels metadata colour +exif"},
-        {"color/garden-cmyk.jpg", "metadata colour +exif"},
-        {"formats/storm.heic", "format metadata +exif"},
-        {"formats/aqua-palette.png", "meets"},
-        {"reject/animated.gif", "multipleFrames"},
-        {"corrupt/twowings-truncated.jpg", "unreadable"},
-    };
-    for (const auto& [file, expected] : cases) EXPECT_EQ(unmetNames(corpusDir() / file, webPhoto), expected) << file;
-}
