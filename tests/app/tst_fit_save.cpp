@@ -44,7 +44,6 @@ class FitSaveTest : public QObject {
     Q_OBJECT
 
 private slots:
-    // ---- The fit run ----
     void pendingImagesAreFittedOneAfterAnotherWhileTheBatchStaysPut() {
         ModelSandbox sandbox;
         AppModel& model = sandbox.model();
@@ -150,7 +149,6 @@ private slots:
         QVERIFY(QDir(open).isEmpty());
     }
 
-    // ---- Saving and the working folder ----
     // Copies are saved under their originals' names, never over a file. A save checks the
     // requirements as they are now, and the disk fills up halfway through a copy: each failure
     // names its image, nothing is left under a copy's name, and the same save succeeds once there
@@ -204,7 +202,6 @@ private slots:
         QVERIFY(!QFileInfo::exists(model.cache()));
     }
 
-    // ---- Inspection copies ----
     void everyInspectionMakesAFreshCopyWithAShortStemUntilTheCopyIsGone() {
         ModelSandbox sandbox;
         AppModel& model = sandbox.model();
@@ -238,7 +235,6 @@ private slots:
         QCOMPARE(model.message(), QStringLiteral("Couldn’t open an inspection copy: No such file or directory"));
     }
 
-    // ---- Crops ----
     void aNewCropInExactModeSendsTheImageBackToBeFitted() {
         ModelSandbox sandbox;
         AppModel& model = sandbox.model();

@@ -3,11 +3,9 @@
 
 // Rounds of real work on real files where the user's actions arrive while work is running: the
 // work is held at a drawn check of the engine or the folder scan, the action is taken, the work
-// goes on. The seed fixes the order of actions and where they land, so a failing round replays:
-//
+// goes on. After every round nothing is lost or left behind and the next operation works. The
+// seed fixes the order of actions and where they land, so a failing round replays:
 //   PARCELO_STRESS_SEED=7 PARCELO_STRESS_ROUNDS=200 build/tests/app/tst_stress
-//
-// After every round nothing is lost or left behind and the next operation works.
 
 #include "AppTestSupport.h"
 

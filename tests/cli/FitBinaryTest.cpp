@@ -112,27 +112,18 @@ TEST(FitBinary, CtrlCStopsCleanlyAndKeepsWhatWasSaved) {
     }
 }
 
-// Each file of a folder tree with its size and time of change: what a program that only
-// reads must leave as it was.
-std::vector<std::pair<fs::path, fs::file_time_type>> treeState(const fs::path& folder) {
-    std::vector<std::pair<fs::path, fs::file_time_type>> state;
-    for (const auto& entry : fs::recursive_directory_iterator(folder)) state.emplace_back(entry.path(), entry.last_write_time());
-    std::sort(state.begin(), state.end());
-    return state;
-}
-
 // The app's preferences are where QSettings keeps those of "Parcelo"; the library in them is
 // only read, and its recipes are used by name.
 TEST(FitBinary, UsesTheRecipesSavedInTheApp) {
     ScratchFolder scratch;
+    const fs::path stored = scratch / "config/Parcelo/Parcelo.conf";
     {
-        QSettings preferences(QString::fromStdString((scratch / "config/Parcelo/Parcelo.conf").string()),
-                              QSettings::IniFormat);
+        QSettings preferences(QString::fromStdString(stored.string()), QSettings::IniFormat);
         preferences.setValue(kStoredRecipesKey, QByteArray(R"([{"id": "6B29FC40-CA47-1067-B31D-00DD010662DA",
             "name": "Shop photo", "settings": {"targetBytes": 30000, "maxEdge": 0, "outputFormat": "jpeg",
             "exactWidth": 320, "exactHeight": 240, "minBytes": 12000, "dpi": 200}}])"));
     }
-    const auto config = treeState(scratch / "config");
+    const auto untouched = std::pair(filesIn(stored.parent_path()), fs::last_write_time(stored));
     ::setenv("XDG_CONFIG_HOME", (scratch / "config").c_str(), 1);  // for the process started below
     const auto restore = qScopeGuard([] { ::unsetenv("XDG_CONFIG_HOME"); });
     const fs::path photo = save(photoLike(400, 400), scratch / "photo.png");
@@ -143,7 +134,7 @@ TEST(FitBinary, UsesTheRecipesSavedInTheApp) {
     EXPECT_LE(fs::file_size(scratch / "out/photo-parcelo.jpg"), 30'000u);
     EXPECT_GE(fs::file_size(scratch / "out/photo-parcelo.jpg"), 12'000u);
     EXPECT_NEAR(copy.xres() * 25.4, 200, 0.01);
-    EXPECT_EQ(treeState(scratch / "config"), config);
+    EXPECT_EQ(std::pair(filesIn(stored.parent_path()), fs::last_write_time(stored)), untouched);
 }
 
 }  // namespace

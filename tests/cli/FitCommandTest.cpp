@@ -305,7 +305,7 @@ TEST(RecipeListing, ListsEachRecipeWithItsRequirements) {
     EXPECT_EQ(nlohmann::json::parse(json[4]).at("example"), true);
 }
 
-// The runs above end with failures beside saved copies, and with a stop; these are the other endings.
+// The endings parcelo-fit's runs don't show (a failure beside saved copies and a stop are shown).
 TEST(FitSummary, SaysWhatWasSavedFailedAndGained) {
     const std::string gained = "4.2 MB smaller than the originals";
     const std::vector<std::pair<RunTotals, std::string>> cases{
