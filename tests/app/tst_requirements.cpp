@@ -63,7 +63,7 @@ private slots:
         const std::tuple<qint64, qint64, const char*> sizes[] = {
             {9, 0, "Zero KB"}, {25'001, 0, "Zero KB"}, {10, 10'000, "10 KB"}, {25'000, 25'000'000, "25 MB"}};
         for (const auto& [kilobytes, bytes, shown] : sizes) {
-            model.requirements().setTargetKB(kilobytes);
+            requirements.setTargetKB(kilobytes);
             QCOMPARE(model.requirements().fitSettings().targetBytes, bytes);
             QCOMPARE(model.requirements().summary(), QStringLiteral("≤ %1 · Up to 2560 px · Auto format").arg(QString::fromUtf8(shown)));
         }
@@ -77,45 +77,10 @@ private slots:
             QVERIFY2(requirements.dimensionsNoteWarns() == (side != 600), text);
             QVERIFY2(requirements.cropWidth() == (side == -1 ? 600 : side), text);
         }
-    }
 
-    // A change of valid requirements is stored and discards every fitted copy; during a run it waits.
-    void aChangeOfRequirementsDiscardsEveryFittedCopy() {
-        ModelSandbox sandbox;
-        AppModel& model = sandbox.model();
-        const QString source = addPhoto(sandbox);
-        model.requirements().setTargetKB(25'001);
-        QVERIFY(!sandbox.preferences().contains(kLastSettings));
-        model.requirements().setTargetKB(1000);
-        QVERIFY(model.requirements().saveRecipe(QStringLiteral("Mine")));
-        const QByteArray stored = sandbox.preferences().value(kLastSettings).toByteArray();
-        QCOMPARE(stored, dumped(FitSettings{1'000'000, 2560, OutputFormat::automatic, 0, 0}));
-        model.fit(false);
-        model.requirements().setTargetKB(200);  // during a run: neither stored nor applied
-        QVERIFY(runDone(model));
-        QCOMPARE(sandbox.preferences().value(kLastSettings).toByteArray(), stored);
-        model.requirements().setTargetKB(1000);  // no change
-        QCOMPARE(model.readyCount(), 1);
-        QCOMPARE(model.requirements().activeRecipeName(), QStringLiteral("Mine"));
-
-        QVERIFY(exportInto(model, sandbox.path(QStringLiteral("files"))));
-        const QString copy = *model.items()[0].output;
-        model.requirements().setOutputFormat(OutputFormat::png);
-        QVERIFY(!QFileInfo::exists(copy) && QFileInfo::exists(source));
-        const ImageItem& item = model.items()[0];
-        QCOMPARE(item.state, QStringLiteral("Ready"));
-        QVERIFY2(item.isPending() && item.width == 0 && item.fileExtension.isEmpty(), "no size of a copy that is gone");
-        QVERIFY(!model.exportedDirectory() && !model.message() && !model.requirements().activeRecipeName());
-        QCOMPARE(model.appliedSettings().outputFormat, OutputFormat::png);
-    }
-
-    // A smallest size and a resolution: empty for none, typed by the integer rule, named in the
-    // summary only when set and in range (the notes say what is allowed), saved with a recipe, which
-    // is checked only while they are in force too, and set again when it is applied.
-    void minimumAndResolutionTravelWithTheRequirements() {
-        ModelSandbox sandbox;
-        AppModel& model = sandbox.model();
-        Requirements& requirements = model.requirements();
+        // A smallest size and a resolution: empty for none, typed by the same rule, named in the
+        // summary only when set and in range (the notes say what is allowed), saved with a recipe,
+        // which is checked only while they are in force too, and set again when it is applied.
         requirements.setTargetKB(50);
         setExactSides(model, u"200"_s, u"230"_s);
         requirements.setOutputFormat(OutputFormat::jpeg);
@@ -158,6 +123,36 @@ private slots:
         QCOMPARE(requirements.pixelWidth(), u"600"_s);
         requirements.setMaxEdge(800);
         QVERIFY(!requirements.activeRecipeName() && !sandbox.preferences().contains(kActive));
+    }
+
+    // A change of valid requirements is stored and discards every fitted copy; during a run it waits.
+    void aChangeOfRequirementsDiscardsEveryFittedCopy() {
+        ModelSandbox sandbox;
+        AppModel& model = sandbox.model();
+        const QString source = addPhoto(sandbox);
+        model.requirements().setTargetKB(25'001);
+        QVERIFY(!sandbox.preferences().contains(kLastSettings));
+        model.requirements().setTargetKB(1000);
+        QVERIFY(model.requirements().saveRecipe(QStringLiteral("Mine")));
+        const QByteArray stored = sandbox.preferences().value(kLastSettings).toByteArray();
+        QCOMPARE(stored, dumped(FitSettings{1'000'000, 2560, OutputFormat::automatic, 0, 0}));
+        model.fit(false);
+        model.requirements().setTargetKB(200);  // during a run: neither stored nor applied
+        QVERIFY(runDone(model));
+        QCOMPARE(sandbox.preferences().value(kLastSettings).toByteArray(), stored);
+        model.requirements().setTargetKB(1000);  // no change
+        QCOMPARE(model.readyCount(), 1);
+        QCOMPARE(model.requirements().activeRecipeName(), QStringLiteral("Mine"));
+
+        QVERIFY(exportInto(model, sandbox.path(QStringLiteral("files"))));
+        const QString copy = *model.items()[0].output;
+        model.requirements().setOutputFormat(OutputFormat::png);
+        QVERIFY(!QFileInfo::exists(copy) && QFileInfo::exists(source));
+        const ImageItem& item = model.items()[0];
+        QCOMPARE(item.state, QStringLiteral("Ready"));
+        QVERIFY2(item.isPending() && item.width == 0 && item.fileExtension.isEmpty(), "no size of a copy that is gone");
+        QVERIFY(!model.exportedDirectory() && !model.message() && !model.requirements().activeRecipeName());
+        QCOMPARE(model.appliedSettings().outputFormat, OutputFormat::png);
     }
 
     // Stored requirements are read only when valid and under 4,096 bytes; the active recipe's
