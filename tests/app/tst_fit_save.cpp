@@ -202,12 +202,13 @@ private slots:
         QVERIFY(!QFileInfo::exists(model.cache()));
     }
 
-    void everyInspectionMakesAFreshCopyWithAShortStemUntilTheCopyIsGone() {
+    // Every inspection makes a fresh copy with a short stem, until the fitted copy is gone.
+    void inspectionCopiesAndCrops() {
         ModelSandbox sandbox;
         AppModel& model = sandbox.model();
         const QString source = sandbox.file(QString(60, u'n') + QStringLiteral(".jpg"));
         writeImage(source, photoLike(300, 200));
-        QVERIFY(addAndLoad(model, {source}));
+        QVERIFY(addAndLoad(model, {source, photos(sandbox, 1)[0]}));
         const QUuid id = model.items()[0].id;
         for (const QUuid& without : {id, QUuid::createUuid()})  // not yet fitted; no such image
             QCOMPARE(model.inspectionCopy(without).error, QStringLiteral("No such file or directory"));
@@ -233,15 +234,10 @@ private slots:
         QVERIFY(QFile::remove(*model.items()[0].output));  // the fitted copy deleted behind the model's back
         model.inspect(uuidText(id));
         QCOMPARE(model.message(), QStringLiteral("Couldn’t open an inspection copy: No such file or directory"));
-    }
 
-    void aNewCropInExactModeSendsTheImageBackToBeFitted() {
-        ModelSandbox sandbox;
-        AppModel& model = sandbox.model();
+        // A new crop in exact mode sends the image back to be fitted; in size mode there is none.
         setExactSides(model, QStringLiteral("200"), QStringLiteral("200"));
-        QVERIFY(addAndLoad(model, photos(sandbox, 2)));
         QVERIFY(runFit(model));
-        const QUuid id = model.items()[0].id;
         model.setPreviewOriginal(true);
         const QString copy = *model.items()[0].output;
         model.setCrop(id, CropPosition{0.0, 0.5});
