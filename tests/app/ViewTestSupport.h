@@ -34,6 +34,10 @@ namespace parcelo::test {
 class ViewHarness {
 public:
     explicit ViewHarness(AppModel& model, const QString& qmlFile = QStringLiteral("Main.qml")) {
+        // The test framework's check takes warnings only: a critical message is passed on as one.
+        previous_ = qInstallMessageHandler([](QtMsgType type, const QMessageLogContext& context, const QString& text) {
+            previous_(type == QtCriticalMsg ? QtWarningMsg : type, context, text);
+        });
         QTest::failOnWarning(QRegularExpression(QStringLiteral(".")));
         applyApplicationLook();
         prepareEngine(engine_, model);
@@ -44,6 +48,7 @@ public:
         // The loaded view goes before the window that holds it, and both before the engine.
         object_.reset();
         ownedWindow_.reset();
+        qInstallMessageHandler(previous_);
     }
     ViewHarness(const ViewHarness&) = delete;
     ViewHarness& operator=(const ViewHarness&) = delete;
@@ -171,6 +176,7 @@ private:
         if (!QTest::qWaitForWindowExposed(window_)) error_ = QStringLiteral("the window was never shown");
     }
 
+    static inline QtMessageHandler previous_ = nullptr;
     QQmlEngine engine_;
     QString error_;
     std::unique_ptr<QObject> object_;
