@@ -34,11 +34,11 @@ tree() {  # folder count
     done
 }
 
-# "peakKiB wallSeconds" of one parcelo-fit run.
+# "peakKiB wallSeconds cpuSeconds" of one parcelo-fit run (cpu = user + system).
 peak() {  # the arguments of parcelo-fit
     local report=$WORK/time.txt
-    /usr/bin/time -f '%M %e' -o "$report" "$FIT" "$@" >/dev/null 2>&1 || true
-    tail -n 1 "$report"
+    /usr/bin/time -f '%M %e %U %S' -o "$report" "$FIT" "$@" >/dev/null 2>&1 || true
+    tail -n 1 "$report" | awk '{ printf "%s %s %.2f\n", $1, $2, $3 + $4 }'
 }
 
 echo
@@ -47,12 +47,12 @@ base=0
 for count in ${PARCELO_MANY_COUNTS:-20 5000}; do
     tree "$WORK/in-$count" "$count"
     mkdir -p "$WORK/out-$count"
-    read -r kib seconds <<<"$(peak --jobs 2 --kb 50 --max-edge 400 --out "$WORK/out-$count" "$WORK/in-$count")"
+    read -r kib seconds cpu <<<"$(peak --jobs 2 --kb 50 --max-edge 400 --out "$WORK/out-$count" "$WORK/in-$count")"
     made=$(find "$WORK/out-$count" -type f | wc -l)
     [[ $base -gt 0 ]] || base=$kib
-    printf '  %5d images: %4.0f MB peak, %.2f × the peak over 20 (%d copies made, %s s)\n' "$count" \
+    printf '  %5d images: %4.0f MB peak, %.2f × the peak over 20 (%d copies made, %s s wall, %s s cpu)\n' "$count" \
         "$(awk -v k="$kib" 'BEGIN { print k * 1024 / 1e6 }')" "$(awk -v a="$kib" -v b="$base" 'BEGIN { print a / b }')" \
-        "$made" "$seconds"
+        "$made" "$seconds" "$cpu"
     rm -rf "$WORK/in-$count" "$WORK/out-$count"
 done
 
@@ -60,7 +60,7 @@ done
 # the same command given an empty folder (what the process itself takes).
 mkdir -p "$WORK/wide" "$WORK/empty" "$WORK/wide-out"
 (cd "$WORK/wide" && seq -f 'f%.0f.jpg' 1 50000 | xargs touch)
-read -r kib seconds <<<"$(peak --jobs 2 --kb 50 --out "$WORK/wide-out" "$WORK/wide")"
+read -r kib seconds _ <<<"$(peak --jobs 2 --kb 50 --out "$WORK/wide-out" "$WORK/wide")"
 read -r emptyKib _ <<<"$(peak --jobs 2 --kb 50 --out "$WORK/wide-out" "$WORK/empty")"
 printf '  a folder of 50,000 names: %.0f MB peak, refused in %s s; an empty folder: %.0f MB\n' \
     "$(awk -v k="$kib" 'BEGIN { print k * 1024 / 1e6 }')" "$seconds" "$(awk -v k="$emptyKib" 'BEGIN { print k * 1024 / 1e6 }')"

@@ -15,6 +15,7 @@
 #include "ByteCountFormat.h"
 #include "FitError.h"
 #include "ImageFitter.h"
+#include "MemoryRelease.h"
 
 namespace parcelo::cli {
 
@@ -91,6 +92,7 @@ private:
     std::size_t nextToStart_ = 0;
     std::size_t nextToTake_ = 0;
     bool finished_ = false;
+    MemoryRelease memoryRelease_;
     std::vector<std::jthread> workers_;  // last, so that they end before the state they use
 };
 
@@ -125,6 +127,7 @@ void Pipeline::work() {
             index = nextToStart_++;
         }
         Fitted fitted = fitOne(job_.sources[index], job_, stopToken_);
+        memoryRelease_.afterFit();
         {
             const std::lock_guard lock(mutex_);
             fitted_[index] = std::move(fitted);
