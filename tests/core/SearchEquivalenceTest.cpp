@@ -62,6 +62,18 @@ std::optional<FitResult> walkSizes(const std::filesystem::path& path, const FitS
     return std::nullopt;
 }
 
+// The one exact frame, cut at the crop position and walked once: no smaller copy is ever tried.
+std::optional<Bytes> walkExact(const std::filesystem::path& path, const FitSettings& settings, CropPosition crop) {
+    const PixelSize exact{settings.exactWidth, settings.exactHeight};
+    const auto source = detail::validatedSource(path);
+    const VImage decoded =
+        detail::scaledDecode(source, geometry::exactDecode(source.stored, source.orientation, exact).decodeEdge);
+    const bool transparent = settings.outputFormat != OutputFormat::jpeg && detail::containsTransparency(decoded);
+    const bool png = settings.outputFormat == OutputFormat::png ||
+                     (settings.outputFormat == OutputFormat::automatic && transparent);
+    return walkQualities(detail::renderCover(decoded, exact, crop, png && transparent), png, settings.targetBytes);
+}
+
 void expectSameCopy(const std::filesystem::path& path, const FitSettings& settings) {
     SCOPED_TRACE(path.filename().string() + " at " + std::to_string(settings.targetBytes) + " bytes");
     const auto walked = walkSizes(path, settings);
@@ -203,5 +215,31 @@ TEST(SearchEquivalence, RealPhotosAtTheBenchmarkLimits) {
                              "alpha/Waves.png"}) {
         expectSameCopy(corpusDir() / name, {100'000, 0, OutputFormat::automatic, 0, 0});
         expectSameCopy(corpusDir() / name, {500'000, 1'920, OutputFormat::automatic, 0, 0});
+    }
+}
+
+// An exact frame is rendered only as far as its trials read it; the copy is still the walk's,
+// wherever the crop sits, with and without kept transparency.
+TEST(SearchEquivalence, ExactFramesAtLimitsAroundTheirFiles) {
+    ScratchFolder folder;
+    const auto photo = save(photoLike(1'300, 900), folder / "photo.png");
+    const auto cutOut = save(signature(), folder / "signature.png");
+    for (const auto& [path, crop] : {std::pair{photo, CropPosition{0.2, 0.9}}, std::pair{cutOut, CropPosition{0.0, 0.5}}}) {
+        // The frame's first-quality file, so that the limits fall at it, inside the bisection and below the floor.
+        const auto firstQuality =
+            static_cast<std::int64_t>(walkExact(path, {INT64_MAX, 0, OutputFormat::automatic, 640, 480}, crop)->size());
+        for (const std::int64_t limit : {firstQuality, firstQuality * 2 / 3, kMinTargetBytes}) {
+            const FitSettings settings{std::max(limit, kMinTargetBytes), 0, OutputFormat::automatic, 640, 480};
+            SCOPED_TRACE(path.filename().string() + " at " + std::to_string(settings.targetBytes) + " bytes");
+            const auto walked = walkExact(path, settings, crop);
+            try {
+                const FitResult fitted = ImageFitter::fit(path, settings, crop);
+                ASSERT_TRUE(walked.has_value()) << "the engine found a frame where none fits";
+                EXPECT_TRUE(fitted.data == *walked);
+            } catch (const FitError& error) {
+                EXPECT_FALSE(walked.has_value()) << "the engine gave up with: " << error.errorDescription();
+                EXPECT_EQ(error.errorCase(), FitError::Case::exactTargetUnreachable);
+            }
+        }
     }
 }
