@@ -297,6 +297,9 @@ std::optional<Bytes> encodeJpegWithin(const RgbRows& rows, JpegTrialSettings set
 
 std::vector<std::int64_t> leastJpegBytes(const RgbRows& rows, int setting) {
     const auto trial = std::make_unique<Trial>(INT64_MAX, true);
+    // Room for a bound per row of blocks (at least 8 pixel rows each), so that
+    // nothing is allocated inside libjpeg's callback, where a failure could not be reported.
+    trial->leastByRow.reserve(static_cast<std::size_t>(rows.height / 8 + 1));
     compress(*trial, rows, {setting, true});
     if (trial->stopped != Stop::measured) throw FitError(FitError::Case::cannotEncode);
     return std::move(trial->leastByRow);
